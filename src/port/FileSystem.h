@@ -1,0 +1,41 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace vantrel {
+
+// An open file. Files are opened for reading and writing and shared for reading only, so another
+// program may read a log while it is written.
+class File {
+public:
+    virtual ~File() = default;
+    // False on an error; nRead is 0 at the end of the file.
+    virtual bool Read(void* pData, std::uint32_t nSize, std::uint32_t& nRead) = 0;
+    virtual bool Write(const void* pData, std::uint32_t nSize) = 0;
+    virtual bool GetSize(std::uint64_t& nSize) = 0;
+    virtual bool SeekToStart() = 0;
+    virtual bool SeekToEnd() = 0;
+};
+
+enum class OpenMode {
+    CreateAlways,  // create, replacing an existing file
+    OpenExisting,  // fail when missing
+    OpenAlways,    // create when missing, keep the contents otherwise
+};
+
+class FileSystem {
+public:
+    virtual ~FileSystem() = default;
+    // Null when the file cannot be opened; the reason is the platform's last error.
+    virtual std::unique_ptr<File> Open(const std::u16string& strPath, OpenMode mode) = 0;
+    virtual bool IsDirectory(const std::u16string& strPath) = 0;
+    // Atomically puts strFrom in the place of strTo (used to replace a file without a window in
+    // which neither the old nor the new contents exist).
+    virtual bool Replace(const std::u16string& strFrom, const std::u16string& strTo) = 0;
+    virtual bool Remove(const std::u16string& strPath) = 0;
+    // The character that separates folders ("\" on Windows, "/" on Linux).
+    virtual char16_t Separator() const = 0;
+};
+
+}  // namespace vantrel

@@ -1,0 +1,188 @@
+#include "settings/Format.h"
+
+#include <cstdio>
+
+namespace vantrel {
+
+namespace {
+
+struct Spec {
+    std::string strFlags;
+    int nWidth = -1;
+    int nPrecision = -1;
+    int nBits = 32;
+    char cType = 0;
+};
+
+bool IsFlag(char16_t c) { return c == u'-' || c == u'+' || c == u' ' || c == u'#' || c == u'0'; }
+
+class Formatter {
+public:
+    Formatter(std::u16string& strOut, std::u16string_view strFormat, std::span<const FormatArg> args)
+        : m_strOut(strOut), m_strFormat(strFormat), m_args(args) {}
+
+    bool Run() {
+        while (m_nPos < m_strFormat.size()) {
+            const char16_t c = m_strFormat[m_nPos++];
+            if (c != u'%') {
+                m_strOut.push_back(c);
+                continue;
+            }
+            if (!Conversion()) return false;
+        }
+        return true;
+    }
+
+private:
+    const FormatArg* NextArg() { return m_nArg < m_args.size() ? &m_args[m_nArg++] : nullptr; }
+
+    bool ReadNumber(int& nValue) {
+        if (m_nPos < m_strFormat.size() && m_strFormat[m_nPos] == u'*') {
+            ++m_nPos;
+            const FormatArg* pArg = NextArg();
+            if (!pArg || pArg->GetKind() != FormatArg::Kind::Integer) return false;
+            nValue = static_cast<std::int32_t>(pArg->Bits());
+            return true;
+        }
+        nValue = 0;
+        while (m_nPos < m_strFormat.size() && m_strFormat[m_nPos] >= u'0' && m_strFormat[m_nPos] <= u'9') {
+            nValue = nValue * 10 + (m_strFormat[m_nPos++] - u'0');
+            if (nValue > 100000) return false;
+        }
+        return true;
+    }
+
+    bool ParseSpec(Spec& spec) {
+        while (m_nPos < m_strFormat.size() && IsFlag(m_strFormat[m_nPos]))
+            spec.strFlags.push_back(static_cast<char>(m_strFormat[m_nPos++]));
+        if (m_nPos < m_strFormat.size() && (m_strFormat[m_nPos] == u'*' ||
+                                            (m_strFormat[m_nPos] >= u'1' && m_strFormat[m_nPos] <= u'9'))) {
+            if (!ReadNumber(spec.nWidth)) return false;
+            if (spec.nWidth < 0) {  // a negative "*" width means left alignment
+                spec.strFlags.push_back('-');
+                spec.nWidth = -spec.nWidth;
+            }
+        }
+        if (m_nPos < m_strFormat.size() && m_strFormat[m_nPos] == u'.') {
+            ++m_nPos;
+            if (!ReadNumber(spec.nPrecision)) return false;
+        }
+        ParseLength(spec);
+        if (m_nPos >= m_strFormat.size()) return false;
+        const char16_t cType = m_strFormat[m_nPos++];
+        if (cType > 0x7F) return false;
+        spec.cType = static_cast<char>(cType);
+        return true;
+    }
+
+    void ParseLength(Spec& spec) {
+        const std::u16string_view rest = m_strFormat.substr(m_nPos);
+        if (rest.starts_with(u"ll") || rest.starts_with(u"I64")) {
+            spec.nBits = 64;
+            m_nPos += rest[0] == u'l' ? 2 : 3;
+        } else if (rest.starts_with(u"I32")) {
+            m_nPos += 3;
+        } else if (rest.starts_with(u"l") || rest.starts_with(u"w")) {
+            ++m_nPos;  // long is 32 bits on Windows; "w" marks wide text, which %s already is
+        } else if (rest.starts_with(u"h")) {
+            spec.nBits = 16;
+            ++m_nPos;
+        }
+    }
+
+    bool Conversion() {
+        Spec spec;
+        if (!ParseSpec(spec)) return false;
+        switch (spec.cType) {
+        case '%': m_strOut.push_back(u'%'); return true;
+        case 'd': case 'i': case 'u': case 'x': case 'X': case 'o': return Integer(spec);
+        case 'c': return Character(spec);
+        case 'f': case 'F': case 'e': case 'E': case 'g': case 'G': return Floating(spec);
+        case 's': case 'S': return Text(spec);
+        default: return false;
+        }
+    }
+
+    std::string NarrowSpec(const Spec& spec, const char* pszLength) const {
+        std::string strSpec = "%" + spec.strFlags;
+        if (spec.nWidth >= 0) strSpec += std::to_string(spec.nWidth);
+        if (spec.nPrecision >= 0) strSpec += "." + std::to_string(spec.nPrecision);
+        return strSpec + pszLength + spec.cType;
+    }
+
+    template <class T>
+    void AppendPrintf(const std::string& strSpec, T value) {
+        const int nLength = std::snprintf(nullptr, 0, strSpec.c_str(), value);
+        if (nLength <= 0) return;
+        std::string strText(static_cast<std::size_t>(nLength) + 1, '\0');
+        std::snprintf(strText.data(), strText.size(), strSpec.c_str(), value);
+        for (int i = 0; i < nLength; ++i) m_strOut.push_back(static_cast<unsigned char>(strText[i]));
+    }
+
+    bool Integer(const Spec& spec) {
+        const FormatArg* pArg = NextArg();
+        if (!pArg || pArg->GetKind() != FormatArg::Kind::Integer) return false;
+        const std::uint64_t nBits = pArg->Bits();
+        const bool bSigned = spec.cType == 'd' || spec.cType == 'i';
+        if (spec.nBits == 64) {
+            if (bSigned) AppendPrintf(NarrowSpec(spec, "ll"), static_cast<long long>(nBits));
+            else AppendPrintf(NarrowSpec(spec, "ll"), static_cast<unsigned long long>(nBits));
+        } else if (spec.nBits == 16) {
+            if (bSigned) AppendPrintf(NarrowSpec(spec, ""), static_cast<int>(static_cast<std::int16_t>(nBits)));
+            else AppendPrintf(NarrowSpec(spec, ""), static_cast<unsigned>(static_cast<std::uint16_t>(nBits)));
+        } else {
+            if (bSigned) AppendPrintf(NarrowSpec(spec, ""), static_cast<int>(static_cast<std::int32_t>(nBits)));
+            else AppendPrintf(NarrowSpec(spec, ""), static_cast<unsigned>(static_cast<std::uint32_t>(nBits)));
+        }
+        return true;
+    }
+
+    bool Floating(const Spec& spec) {
+        const FormatArg* pArg = NextArg();
+        if (!pArg || pArg->GetKind() != FormatArg::Kind::Double) return false;
+        AppendPrintf(NarrowSpec(spec, ""), pArg->Double());
+        return true;
+    }
+
+    void Pad(const Spec& spec, std::size_t nLength, bool bBefore) {
+        const bool bLeft = spec.strFlags.find('-') != std::string::npos;
+        if (spec.nWidth > 0 && static_cast<std::size_t>(spec.nWidth) > nLength && bLeft != bBefore)
+            m_strOut.append(static_cast<std::size_t>(spec.nWidth) - nLength, u' ');
+    }
+
+    bool Character(const Spec& spec) {
+        const FormatArg* pArg = NextArg();
+        if (!pArg || pArg->GetKind() != FormatArg::Kind::Integer) return false;
+        Pad(spec, 1, true);
+        m_strOut.push_back(static_cast<char16_t>(pArg->Bits()));
+        Pad(spec, 1, false);
+        return true;
+    }
+
+    bool Text(const Spec& spec) {
+        const FormatArg* pArg = NextArg();
+        if (!pArg || pArg->GetKind() != FormatArg::Kind::Text) return false;
+        std::u16string_view strText = pArg->Text();
+        // The C library stops at a terminator; so does a precision.
+        strText = strText.substr(0, strText.find(u'\0'));
+        if (spec.nPrecision >= 0) strText = strText.substr(0, static_cast<std::size_t>(spec.nPrecision));
+        Pad(spec, strText.size(), true);
+        m_strOut.append(strText);
+        Pad(spec, strText.size(), false);
+        return true;
+    }
+
+    std::u16string& m_strOut;
+    std::u16string_view m_strFormat;
+    std::span<const FormatArg> m_args;
+    std::size_t m_nPos = 0;
+    std::size_t m_nArg = 0;
+};
+
+}  // namespace
+
+bool FormatInto(std::u16string& strOut, std::u16string_view strFormat, std::span<const FormatArg> args) {
+    return Formatter(strOut, strFormat, args).Run();
+}
+
+}  // namespace vantrel

@@ -1,0 +1,141 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "location/Location.h"
+
+namespace vantrel {
+namespace {
+
+// Bit patterns, not tolerances: the conversion's multiplication order is part of its contract.
+std::uint64_t Bits(double d) {
+    std::uint64_t n;
+    std::memcpy(&n, &d, sizeof n);
+    return n;
+}
+
+TEST(Location, WorkedExampleMatchesToTheLastBit) {
+    Location loc;
+    ASSERT_TRUE(loc.SetFromText(u"N35.39.29.000E139.44.51.000/1"));
+    EXPECT_EQ(Bits(loc.m_dNorth), Bits(35.658055555555556));
+    EXPECT_EQ(Bits(loc.m_dEast), Bits(139.7475));
+    EXPECT_EQ(Bits(loc.m_dWNorth), Bits(35.66128417685389));
+    EXPECT_EQ(Bits(loc.m_dWEast), Bits(139.74429332279584));
+    const std::int32_t wnl[4] = {35, 39, 40, 623}, wel[4] = {139, 44, 39, 455};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(loc.m_nWNL[i], wnl[i]) << i;
+        EXPECT_EQ(loc.m_nWEL[i], wel[i]) << i;
+    }
+}
+
+TEST(Location, SetFromTextFillsTextsAndInfo) {
+    Location loc;
+    ASSERT_TRUE(loc.SetFromText(u"N35.39.29.000E139.44.51.000/x/y"));
+    EXPECT_EQ(loc.m_strNL, u"35.39.29.000");
+    EXPECT_EQ(loc.m_strEL, u"139.44.51.000");
+    EXPECT_EQ(loc.m_strNML, u"35/39/29.000");
+    EXPECT_EQ(loc.m_strEML, u"139/44/51.000");
+    EXPECT_EQ(loc.m_strInfo, u"x/y");  // everything behind the first "/"
+    EXPECT_EQ(loc.m_nNL[0], 35);
+    EXPECT_EQ(loc.m_nEL[2], 51);
+}
+
+// Legend: text, expected result, whether the coordinate texts get filled, expected info.
+struct CombinedCase {
+    const char16_t* pszText;
+    bool bResult;
+    bool bCoordinates;
+    const char16_t* pszInfo;
+};
+
+TEST(Location, SetFromTextGrammar) {
+    const CombinedCase cases[] = {
+        {u"N35.39.29.000E139.44.51.000", false, false, u""},  // no "/"
+        {u"/N35.39.29.000E139.44.51.000", false, false, u""},  // empty head
+        {u"abc/def", true, false, u"def"},                     // head without "E": info only
+        {u"N1.2.3.4E5.6.7.8/", true, true, u""},               // nothing behind "/"
+        {u"X1.2.3.4E5.6.7.8/i", true, true, u"i"},             // the first character is not examined
+    };
+    for (const auto& c : cases) {
+        Location loc;
+        EXPECT_EQ(loc.SetFromText(c.pszText), c.bResult) << std::string(c.pszText, c.pszText + 3);
+        EXPECT_EQ(!loc.m_strNL.empty(), c.bCoordinates);
+        EXPECT_EQ(loc.m_strInfo, c.pszInfo);
+    }
+}
+
+TEST(Location, FailedParseLeavesRecordUntouched) {
+    Location loc;
+    ASSERT_TRUE(loc.SetFromText(u"N35.39.29.000E139.44.51.000/1"));
+    EXPECT_FALSE(loc.SetFromText(u"no slash"));
+    EXPECT_EQ(loc.m_strNL, u"35.39.29.000");
+    loc.Reset();
+    EXPECT_TRUE(loc.m_strNL.empty());
+    EXPECT_EQ(loc.m_dWEast, 0.0);
+    EXPECT_EQ(loc.m_nWEL[3], 0);
+}
+
+TEST(Location, ParsePartsFollowsWtolPerPiece) {
+    // Legend: text, the four slots after parsing into slots preset to -1.
+    struct Case {
+        const char16_t* pszText;
+        std::int32_t n[4];
+    } const cases[] = {
+        {u"35.39.29.000", {35, 39, 29, 0}},
+        {u"35", {35, -1, -1, -1}},                  // only the degree slot is written
+        {u"139.44.51.000xyz", {139, 44, 51, 0}},    // trailing text ends the number
+        {u"1..3.4", {1, 0, 3, 4}},                  // an empty piece is 0
+        {u"1.2.3.4.5.6", {1, 2, 3, 4}},             // more than four pieces: the first four
+        {u"-5.+6. 7.x", {-5, 6, 7, 0}},             // sign, blank, no digits
+    };
+    for (const auto& c : cases) {
+        std::int32_t n[4] = {-1, -1, -1, -1};
+        EXPECT_TRUE(Location::ParseParts(c.pszText, n));
+        for (int i = 0; i < 4; ++i) EXPECT_EQ(n[i], c.n[i]) << i;
+    }
+    EXPECT_FALSE(Location::ParseParts(u"1.2", nullptr));
+}
+
+TEST(Location, SlashForm) {
+    std::u16string strOut = u"kept";
+    EXPECT_TRUE(Location::ToSlashForm(u"35.39.29.000", strOut));
+    EXPECT_EQ(strOut, u"35/39/29.000");
+    EXPECT_TRUE(Location::ToSlashForm(u"1.5", strOut));
+    EXPECT_EQ(strOut, u"1.5");
+    strOut = u"kept";
+    EXPECT_FALSE(Location::ToSlashForm(u"35", strOut));
+    EXPECT_EQ(strOut, u"kept");
+}
+
+TEST(Location, ConversionTruncatesBelowAWholeThousandth) {
+    // 35.39.40.623 WGS84 comes from 35.39.29.000 Tokyo; pushing it back through ToDecimal and the
+    // split loses at most one thousandth, never gains.
+    const std::int32_t nl[4] = {35, 39, 29, 0}, el[4] = {139, 44, 51, 0};
+    double n, e, wn, we;
+    std::int32_t wnl[4], wel[4];
+    ASSERT_TRUE(Location::ConvertTokyoToWgs84(&n, &e, &wn, &we, nl, el, wnl, wel));
+    const double dBack = Location::ToDecimal(wnl);
+    EXPECT_LE(dBack, wn);
+    EXPECT_GT(dBack + 1.0 / 3600000.0 * 1.0001, wn);
+}
+
+TEST(Location, ConversionNeedsEveryArgument) {
+    const std::int32_t nl[4] = {35, 39, 29, 0}, el[4] = {139, 44, 51, 0};
+    double n = -1, e = -1, wn = -1, we = -1;
+    std::int32_t wnl[4] = {-1}, wel[4] = {-1};
+    EXPECT_FALSE(Location::ConvertTokyoToWgs84(&n, &e, &wn, nullptr, nl, el, wnl, wel));
+    EXPECT_EQ(we, -1);
+    EXPECT_EQ(n, -1);
+    EXPECT_EQ(wnl[0], -1);
+}
+
+TEST(Location, DebugDumpLayout) {
+    Location loc;
+    loc.SetFromText(u"N35.39.29.000E139.44.51.000/1");
+    EXPECT_EQ(loc.DebugDump(),
+              u"[Debug Location]\r\n\t\t\t\t\t   m_dNorth=35.658056, m_dEast=139.747500\r\n\t\t\t\t\t   "
+              u"m_dWNorth=35.661284, m_dWEast=139.744293\r\n\t\t\t\t\t   m_nNL:35.39.29.0, m_nEL:139.44.51.0\r\n");
+}
+
+}  // namespace
+}  // namespace vantrel
