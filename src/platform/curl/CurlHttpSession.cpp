@@ -259,7 +259,8 @@ std::unique_ptr<HttpResponse> CurlHttpSession::Perform(const std::string& strUrl
     curl_easy_cleanup(pCurl);
     curl_slist_free_all(pHeaders);
     if (result != CURLE_OK) {
-        nError = static_cast<std::uint32_t>(result);
+        // A shut-down socket may surface as a read error first; the cause is still the abort.
+        nError = static_cast<std::uint32_t>(m_pState->bAborted ? CURLE_ABORTED_BY_CALLBACK : result);
         return nullptr;
     }
     return pResponse;
