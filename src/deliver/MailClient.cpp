@@ -6,20 +6,11 @@
 
 #include "deliver/MailEncoding.h"
 #include "port/Clock.h"
-#include "port/TextCodec.h"
 #include "settings/Format.h"
 
 namespace vantrel {
 
 namespace {
-
-// Narrow protocol texts (addresses, base64, the host name) back to wide for the formatter; they
-// return to the code page unchanged when the command is sent.
-std::u16string Widen(std::string_view strNarrow) {
-    std::u16string strWide;
-    if (strNarrow.empty() || !AnsiCodePage().ToWide(strNarrow, strWide)) strWide.clear();
-    return strWide;
-}
 
 // A reply continues while the fourth character of its line is "-". Several lines, even several
 // replies, may arrive in one read, so the line judged is the last one received: a chunk that
@@ -167,7 +158,7 @@ bool MailClient::RunSmtp(SocketHandle h, const std::string& strDate, const std::
     if (!ReadSmtpReply(h)) return false;
     std::string strHostName;
     if (!m_sockets.HostName(strHostName)) strHostName.clear();
-    if (!SendText(h, FormatText(u"EHLO %s\r\n", Widen(strHostName)), u"send EHLO: LINE=%d", __LINE__)) return false;
+    if (!SendText(h, FormatText(u"EHLO %s\r\n", FromMultiByte(strHostName)), u"send EHLO: LINE=%d", __LINE__)) return false;
     if (!SendText(h, u"RSET\r\n", u"send RSET: LINE=%d", __LINE__) || !ReadSmtpReply(h)) return false;
     if (!SendText(h, FormatText(u"MAIL FROM:<%s>\r\n", strFrom), u"send MAIL FROM: LINE=%d", __LINE__) ||
         !ReadSmtpReply(h))
@@ -176,11 +167,11 @@ bool MailClient::RunSmtp(SocketHandle h, const std::string& strDate, const std::
         return false;
     if (!SendText(h, u"DATA\r\n", u"send DATA: LINE=%d", __LINE__) || !ReadSmtpReply(h)) return false;
 
-    const std::u16string strBoundary = Widen(NewBoundary());
+    const std::u16string strBoundary = FromMultiByte(NewBoundary());
     const bool bSent =
-        SendText(h, FormatText(u"Date: %s\r\n", Widen(strDate)), u"send Date: LINE=%d", __LINE__) &&
+        SendText(h, FormatText(u"Date: %s\r\n", FromMultiByte(strDate)), u"send Date: LINE=%d", __LINE__) &&
         SendText(h, FormatText(u"From: %s\r\n", strFrom), u"send From: LINE=%d", __LINE__) &&
-        SendText(h, FormatText(u"Subject: =?iso-2022-jp?B?%s?=\r\n", Widen(EncodeSubjectBase64(strSubject))),
+        SendText(h, FormatText(u"Subject: =?iso-2022-jp?B?%s?=\r\n", FromMultiByte(EncodeSubjectBase64(strSubject))),
                  u"send Subject: LINE=%d", __LINE__) &&
         SendText(h, FormatText(u"To: %s\r\n", strTo), u"send To: LINE=%d", __LINE__) &&
         SendText(h, u"MIME-Version: 1.0\r\n", u"send MIME-Version: LINE=%d", __LINE__) &&
@@ -238,7 +229,7 @@ bool MailClient::ReadChunk(SocketHandle hSocket) {
         if (buffer[nTotal - 1] == '\n') break;
     }
     m_result.m_strReply.assign(buffer, static_cast<std::size_t>(nTotal));
-    m_result.m_strReplyLog += Widen(m_result.m_strReply);
+    m_result.m_strReplyLog += FromMultiByte(m_result.m_strReply);
     if (nTotal < 4) return Fail(mailerr::kReceive, m_sockets.LastError());
     return true;
 }

@@ -105,6 +105,12 @@ std::string ToMultiByte(std::u16string_view strWide) {
     return strNarrow;
 }
 
+std::u16string FromMultiByte(std::string_view strNarrow) {
+    std::u16string strWide;
+    if (strNarrow.empty() || !AnsiCodePage().ToWide(strNarrow, strWide)) strWide.clear();
+    return strWide;
+}
+
 // The output is not bounded by the input length times a constant small enough for a fixed
 // buffer: a lone half-width katakana between ASCII characters takes eight bytes.
 std::string ShiftJisToIso2022Jp(std::string_view strShiftJis) {

@@ -7,6 +7,8 @@ namespace vantrel {
 // Wide text to the device's multi-byte code page (the ANSI code page, Shift-JIS on a Japanese
 // handset). Characters the code page lacks become its default character; empty in, empty out.
 std::string ToMultiByte(std::u16string_view strWide);
+// The way back, for replies and protocol texts; empty in, empty out.
+std::u16string FromMultiByte(std::string_view strNarrow);
 
 // Shift-JIS bytes to ISO-2022-JP: only ESC $ B (JIS X 0208) and ESC ( B (ASCII) are produced,
 // half-width katakana are widened to JIS X 0208, and the text always ends in ASCII mode.

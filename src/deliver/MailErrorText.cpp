@@ -1,8 +1,8 @@
 #include "deliver/MailErrorText.h"
 
-#include "resource.h"
+#include "deliver/MailEncoding.h"
 #include "deliver/MailResult.h"
-#include "port/TextCodec.h"
+#include "resource.h"
 #include "settings/DualString.h"
 #include "settings/Format.h"
 #include "settings/ResourceModule.h"
@@ -10,12 +10,6 @@
 namespace vantrel {
 
 namespace {
-
-std::u16string Widen(const std::string& strNarrow) {
-    std::u16string strWide;
-    if (strNarrow.empty() || !AnsiCodePage().ToWide(strNarrow, strWide)) strWide.clear();
-    return strWide;
-}
 
 std::uint32_t BaseMessageId(int nError) {
     switch (nError) {
@@ -40,7 +34,7 @@ std::u16string StatusText(std::int32_t nStatus) {
 }
 
 std::u16string Detail(const MailResult& r) {
-    const std::u16string strLine = Widen(r.m_strReply);
+    const std::u16string strLine = FromMultiByte(r.m_strReply);
     switch (r.m_nError) {
         case mailerr::kVersion:
         case mailerr::kEmptyHost: return std::u16string();
@@ -68,7 +62,7 @@ std::u16string ComposeMailDebugTrace(const MailResult& result) {
     strTrace += FormatText(u"[Debug]: SendMail LastStep: %s\r\n", result.m_strLastStep);
     strTrace += FormatText(u"[Debug]: SendMail Response: %s\r\n", result.m_strReplyLog);
     if (result.m_nError == mailerr::kReceive)
-        strTrace += FormatText(u"[Debug]: recv string: %s\r\n", Widen(result.m_strReply));
+        strTrace += FormatText(u"[Debug]: recv string: %s\r\n", FromMultiByte(result.m_strReply));
     return strTrace;
 }
 
