@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <string>
+#include <vector>
+
+#include "deliver/MailEncoding.h"
+#include "settings/Base64.h"
+#include "settings/TextUtil.h"
+
+namespace vantrel {
+namespace {
+
+const std::string kToJis = "\x1B$B";
+const std::string kToAscii = "\x1B(B";
+
+// glibc's own converter: an implementation independent of ours.
+std::string IconvToIso2022Jp(const std::string& strUtf8) {
+    iconv_t cd = iconv_open("ISO-2022-JP", "UTF-8");
+    EXPECT_NE(cd, reinterpret_cast<iconv_t>(-1));
+    std::string strIn = strUtf8;
+    std::string strOut(strIn.size() * 8 + 16, '\0');
+    char* pIn = strIn.data();
+    char* pOut = strOut.data();
+    std::size_t nIn = strIn.size(), nOut = strOut.size();
+    EXPECT_NE(iconv(cd, &pIn, &nIn, &pOut, &nOut), static_cast<std::size_t>(-1)) << strUtf8;
+    iconv(cd, nullptr, nullptr, &pOut, &nOut);
+    iconv_close(cd);
+    strOut.resize(strOut.size() - nOut);
+    return strOut;
+}
+
+std::string Convert(const std::u16string& strWide) { return ShiftJisToIso2022Jp(ToMultiByte(strWide)); }
+
+TEST(MailEncoding, AsciiPassesUnchangedWithoutEscapes) {
+    const std::string strText = "Position N35.39.29.157E139.44.51.000 /~!@#$%^&*()_+{}|";
+    EXPECT_EQ(ShiftJisToIso2022Jp(strText), strText);
+    EXPECT_EQ(ShiftJisToIso2022Jp(""), "");
+}
+
+TEST(MailEncoding, KanjiAndAsciiSwitchModesAndEndInAscii) {
+    // 漢 = JIS 0x3441, 字 = 0x3B7A
+    EXPECT_EQ(Convert(u"abc漢"), "abc" + kToJis + "\x34\x41" + kToAscii);
+    EXPECT_EQ(Convert(u"漢字abc漢字"),
+              kToJis + "\x34\x41\x3B\x7A" + kToAscii + "abc" + kToJis + "\x34\x41\x3B\x7A" + kToAscii);
+}
+
+// Legend: texts of kanji, kana and ASCII; glibc must produce the same bytes as Shift-JIS -> ours.
+TEST(MailEncoding, AgreesWithGlibcOnKanjiAndAscii) {
+    const std::vector<std::string> texts = {
+        "東京都千代田区", "位置情報の取得に失敗しました。", "N35.39.29.157 は 東経139度",
+        "漢字abc漢字", "2009年08月03日 12時05分07秒", "こんにちは、世界！ (test) ＡＢＣ１２３",
+        "ソ十表能申", "亜唖娃阿 熙 腕 弌 凜 熙",  // first and last of both JIS levels, trail bytes 0x5C/0x7E/0x80/0x9E/0x9F
+    };
+    for (const std::string& strText : texts) {
+        EXPECT_EQ(Convert(Utf8ToUtf16(strText)), IconvToIso2022Jp(strText)) << strText;
+    }
+}
+
+TEST(MailEncoding, HalfWidthKatakanaBecomeFullWidthJis) {
+    // Half-width 0xA1..0xDF in order, and the full-width characters JIS X 0208 has for them.
+    const std::string strFull =
+        "。「」、・ヲァィゥェォャュョッーアイウエオカキクケコサシスセソタチツテトナニヌネノハヒフヘホマミムメモヤユヨラリルレロワン゛゜";
+    const std::u16string strFullWide = Utf8ToUtf16(strFull);
+    ASSERT_EQ(strFullWide.size(), 63u);
+    for (int nByte = 0xA1; nByte <= 0xDF; ++nByte) {
+        const std::string strHalf(1, static_cast<char>(nByte));
+        const std::string strExpected = IconvToIso2022Jp(Utf16ToUtf8(strFullWide.substr(nByte - 0xA1, 1)));
+        EXPECT_EQ(ShiftJisToIso2022Jp(strHalf), strExpected) << std::hex << nByte;
+    }
+}
+
+// Legend: half-width text -> the full-width text it must read as (marks combine only where JIS
+// X 0208 has the combined character).
+TEST(MailEncoding, SoundMarksCombineWhereJisHasTheCharacter) {
+    const struct {
+        const char16_t* pszHalf;
+        const char* pszFull;
+    } cases[] = {
+        {u"ｶﾞ", "ガ"},         {u"ﾄﾞ", "ド"},   {u"ﾊﾞﾋﾞﾌﾞﾍﾞﾎﾞ", "バビブベボ"}, {u"ﾊﾟﾎﾟ", "パポ"},
+        {u"ｳﾞ", "ヴ"},         {u"ｱﾞ", "ア゛"}, {u"ｶﾟ", "カ゜"},              {u"ﾞ", "゛"},
+        {u"ﾃﾞｰﾀa", "データa"}, {u"aｶﾞ", "aガ"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Convert(c.pszHalf), IconvToIso2022Jp(c.pszFull)) << c.pszFull;
+    }
+    EXPECT_EQ(ShiftJisToIso2022Jp("\xB6\xDE"), kToJis + "\x25\x2C" + kToAscii);  // KA + mark -> GA, one character
+}
+
+TEST(MailEncoding, ByteOutsideTheCharacterSetsAndCutLeadByte) {
+    // 0xA0 has no JIS X 0201 character: it is sent as the ideographic space.
+    EXPECT_EQ(ShiftJisToIso2022Jp("a\xA0z"), "a" + kToJis + "\x21\x21" + kToAscii + "z");
+    // A lead byte with no trail byte left is dropped, and the text still ends in ASCII mode.
+    EXPECT_EQ(ShiftJisToIso2022Jp("\x8A\xBF\x88"), kToJis + "\x34\x41" + kToAscii);
+    // 0x80 and 0xFD-0xFF are single bytes.
+    EXPECT_EQ(ShiftJisToIso2022Jp("\x80\xFD"), "\x80\xFD");
+}
+
+TEST(MailEncoding, SubjectIsOneBase64PieceOfTheJisText) {
+    // Python's iso2022_jp codec gives the same bytes for "位置 テスト".
+    EXPECT_EQ(EncodeSubjectBase64(u"位置 ﾃｽﾄ"), "GyRCMExDVhsoQiAbJEIlRiU5JUgbKEI=");
+    const std::u16string strLong(200, u'漢');
+    const std::string strEncoded = EncodeSubjectBase64(strLong);
+    EXPECT_EQ(strEncoded.find_first_of("\r\n "), std::string::npos);
+    EXPECT_EQ(Base64Decode(strEncoded), Convert(strLong));
+    EXPECT_EQ(EncodeSubjectBase64(u""), "");
+}
+
+}  // namespace
+}  // namespace vantrel
