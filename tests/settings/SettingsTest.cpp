@@ -232,7 +232,9 @@ TEST_F(SettingsFile, MailBodyIsBase64OfItsCodePageBytes) {
     for (const auto& c : cases) {
         const Settings settings = LoadedFrom(u"BODYSMTP=" + std::u16string(c.pszValue) + u"\r\n");
         EXPECT_EQ(settings.Text(TextKey::BodySmtp).Wide(), c.pszBody) << Utf16ToUtf8(c.pszValue);
-        if (*c.pszBody) EXPECT_EQ(settings.Text(TextKey::BodySmtp).Narrow(), c.pszNarrow) << Utf16ToUtf8(c.pszValue);
+        if (*c.pszBody) {
+            EXPECT_EQ(settings.Text(TextKey::BodySmtp).Narrow(), c.pszNarrow) << Utf16ToUtf8(c.pszValue);
+        }
     }
 
     // An emptied body's narrow form is stale; the file must still say empty.
