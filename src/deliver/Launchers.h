@@ -22,12 +22,12 @@ struct HandOffSettings {
 
 // The fields of a new message handed to the mail program; any may be empty.
 struct NewMail {
-    std::u16string strTo;
-    std::u16string strCc;
-    std::u16string strBcc;
-    std::u16string strSubject;
-    std::u16string strBody;
-    std::u16string strAttachment;
+    std::u16string strTo{};
+    std::u16string strCc{};
+    std::u16string strBcc{};
+    std::u16string strSubject{};
+    std::u16string strBody{};
+    std::u16string strAttachment{};
 };
 
 // Hands the position to other programs: a program opened on a URL, the mail program on a new
