@@ -58,6 +58,7 @@ private:
     MessageBoxHost& m_boxes;
     const ResourceModule& m_resources;
     mutable std::mutex m_mutex;  // the serial reader thread reports through here too
+    std::mutex m_logMutex;       // one log line at a time
     std::uint32_t m_nFlags = kShowBoxes;
     std::u16string m_strLogFolder;
 };

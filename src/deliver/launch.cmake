@@ -1,4 +1,3 @@
 # Hand-off launchers: browser, mail program, map application, clipboard.
-# The message facility's implementation is linked by the program (and by the tests).
 add_library(vantrel_launch STATIC ${CMAKE_CURRENT_LIST_DIR}/Launchers.cpp)
-target_link_libraries(vantrel_launch PUBLIC vantrel_location vantrel_text PRIVATE vantrel_resources)
+target_link_libraries(vantrel_launch PUBLIC vantrel_location vantrel_message vantrel_text PRIVATE vantrel_resources)

@@ -8,10 +8,8 @@ endforeach()
 target_compile_definitions(fakeconn_both PRIVATE FAKE_EXPORT_CREATE FAKE_EXPORT_DELETE)
 target_compile_definitions(fakeconn_createonly PRIVATE FAKE_EXPORT_CREATE)
 
-# The message facility's stand-in goes once its implementation is linked here.
 vantrel_add_test(connection_tests
   SOURCES ConnectionManagerTest.cpp DlgConnectPluginTest.cpp
-          ${PROJECT_SOURCE_DIR}/tests/support/MessageFacilityStub.cpp
-  LIBS vantrel_connection vantrel_platform)
+  LIBS vantrel_connection vantrel_message vantrel_platform)
 add_dependencies(connection_tests fakeconn_both fakeconn_createonly fakeconn_none dlgconnect)
 target_compile_definitions(connection_tests PRIVATE VANTREL_DLGCONNECT_PATH="$<TARGET_FILE:dlgconnect>")

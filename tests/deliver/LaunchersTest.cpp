@@ -53,6 +53,16 @@ protected:
 
 constexpr const char16_t* kNoPositionBox = u"<警告>:位置情報を取得してください。/48";
 
+Log BoxLines(const test::RecordingMessageBox& boxes) {
+    Log lines;
+    for (const auto& box : boxes.Boxes()) {
+        std::u16string strLine = u"<" + box.strCaption + u">:" + box.strText + u"/";
+        for (char c : std::to_string(box.nFlags)) strLine += static_cast<char16_t>(c);
+        lines.push_back(strLine);
+    }
+    return lines;
+}
+
 // to, subject, cc, bcc, body, attachment -> the mail program's command line.
 TEST(NewMailCommandLine, SwitchesInOrderWithTheirBlanks) {
     const struct {
@@ -149,7 +159,7 @@ TEST_F(LaunchersTest, MapHandOffsDoNothingWhenSwitchedOff) {
     EXPECT_EQ(m_launchers.LaunchMapWithUrl(0, m_location, m_settings), 1);
     EXPECT_EQ(m_launchers.SendMapSearch(0, m_location, m_settings), 1);
     EXPECT_EQ(m_windows.m_nFinds, 0);
-    EXPECT_TRUE(m_boxes.m_boxes.empty());
+    EXPECT_TRUE(m_boxes.Boxes().empty());
     EXPECT_TRUE(m_log.empty());
 }
 
@@ -157,7 +167,7 @@ TEST_F(LaunchersTest, MapHandOffsWarnWithoutPosition) {
     m_location.Reset();
     EXPECT_EQ(m_launchers.LaunchMapWithUrl(0, m_location, m_settings), 0);
     EXPECT_EQ(m_launchers.SendMapSearch(0, m_location, m_settings), 0);
-    EXPECT_EQ(m_boxes.m_boxes, (Log{kNoPositionBox, kNoPositionBox}));
+    EXPECT_EQ(BoxLines(m_boxes), (Log{kNoPositionBox, kNoPositionBox}));
     EXPECT_TRUE(m_log.empty());
 }
 
@@ -272,7 +282,7 @@ TEST_F(LaunchersTest, ClipboardNeedsPositionAndAClipboard) {
     m_location.Reset();
     EXPECT_FALSE(m_launchers.CopyPositionToClipboard(m_location, m_settings));
     EXPECT_EQ(m_clipboard.m_nSets, 0);
-    EXPECT_TRUE(m_boxes.m_boxes.empty());
+    EXPECT_TRUE(m_boxes.Boxes().empty());
 }
 
 }  // namespace

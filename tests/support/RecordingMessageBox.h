@@ -1,4 +1,5 @@
 #pragma once
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -6,18 +7,30 @@
 
 namespace vantrel::test {
 
-// Remembers every box as "<caption>:text/flags" and answers with a set button.
+// Records every box shown and answers with a preset button.
 class RecordingMessageBox final : public MessageBoxHost {
 public:
+    struct Box {
+        std::u16string strText;
+        std::u16string strCaption;
+        std::uint32_t nFlags;
+    };
+
     int Show(WindowHandle, const std::u16string& strText, const std::u16string& strCaption,
              std::uint32_t nFlags) override {
-        std::u16string strLine = u"<" + strCaption + u">:" + strText + u"/";
-        for (char c : std::to_string(nFlags)) strLine += static_cast<char16_t>(c);
-        m_boxes.push_back(strLine);
+        std::lock_guard lock(m_mutex);
+        m_boxes.push_back({strText, strCaption, nFlags});
         return m_nAnswer;
     }
+    std::vector<Box> Boxes() const {
+        std::lock_guard lock(m_mutex);
+        return m_boxes;
+    }
+    void SetAnswer(int nAnswer) { m_nAnswer = nAnswer; }
 
-    std::vector<std::u16string> m_boxes;
+private:
+    mutable std::mutex m_mutex;
+    std::vector<Box> m_boxes;
     int m_nAnswer = mb::kIdOk;
 };
 

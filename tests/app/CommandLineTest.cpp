@@ -1,0 +1,59 @@
+#include <gtest/gtest.h>
+
+#include "app/CommandLine.h"
+
+namespace vantrel {
+namespace {
+
+TEST(CommandLine, AcceptedShapes) {
+    // Legend: arguments, command, its arguments, settings file, port, windowless.
+    const struct {
+        std::vector<std::string> args;
+        std::u16string strCommand;
+        std::vector<std::u16string> commandArgs;
+        std::u16string strSettings, strPort;
+        bool bWindowless;
+    } cases[] = {
+        {{}, u"", {}, u"", u"", false},
+        {{"--windowless"}, u"", {}, u"", u"", true},
+        {{"--settings", "a.ini", "--port", "sim", "acquire-send"}, u"acquire-send", {}, u"a.ini", u"sim", false},
+        {{"acquire", "--port", "/dev/ttyUSB0"}, u"acquire", {}, u"", u"/dev/ttyUSB0", false},
+        {{"save-settings", "out.ini"}, u"save-settings", {u"out.ini"}, u"", u"", false},
+        {{"expand", "-$nl-", "--position", "N1.2.3.4E5.6.7.8/"}, u"expand", {u"-$nl-"}, u"", u"", false},
+    };
+    for (const auto& c : cases) {
+        CommandLine line;
+        std::string strError;
+        ASSERT_TRUE(ParseCommandLine(c.args, line, strError)) << strError;
+        EXPECT_EQ(line.strCommand, c.strCommand);
+        EXPECT_EQ(line.arguments, c.commandArgs);
+        EXPECT_EQ(line.strSettings, c.strSettings);
+        EXPECT_EQ(line.strPort, c.strPort);
+        EXPECT_EQ(line.bWindowless, c.bWindowless);
+    }
+}
+
+TEST(CommandLine, UsageErrorsSayWhat) {
+    // Legend: arguments, a word the message must contain.
+    const struct {
+        std::vector<std::string> args;
+        std::string strWord;
+    } cases[] = {
+        {{"bogus"}, "unknown command"},
+        {{"--bogus"}, "unknown option"},
+        {{"save-settings"}, "takes 1"},
+        {{"acquire", "extra"}, "takes 0"},
+        {{"expand", "$nl"}, "--position"},
+        {{"acquire", "--position", "x"}, "--position"},
+        {{"--settings"}, "needs a value"},
+    };
+    for (const auto& c : cases) {
+        CommandLine line;
+        std::string strError;
+        EXPECT_FALSE(ParseCommandLine(c.args, line, strError));
+        EXPECT_NE(strError.find(c.strWord), std::string::npos) << strError;
+    }
+}
+
+}  // namespace
+}  // namespace vantrel

@@ -1,0 +1,132 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+
+#include "deliver/MessageFacility.h"
+#include "port/Factories.h"
+#include "port/FileSystem.h"
+#include "resource.h"
+#include "settings/ResourceModule.h"
+#include "settings/TextUtil.h"
+#include "support/ManualClock.h"
+#include "support/RecordingMessageBox.h"
+#include "support/TempDir.h"
+
+namespace vantrel {
+namespace {
+
+std::string Utf16Le(std::u16string_view strText) { return ToUtf16LeBytes(strText); }
+const std::string kMark("\xFF\xFE", 2);
+
+class MessageFacilityTest : public testing::Test {
+protected:
+    MessageFacilityTest() { m_facility.SetLogFolder(m_dir.WidePath()); }
+
+    std::string LogBytes() const { return test::ReadFileBytes(m_dir.File("20090129.log")); }
+
+    test::TempDir m_dir;
+    test::ManualClock m_clock{test::MakeTime(2009, 1, 29, 12, 0, 0)};
+    std::unique_ptr<FileSystem> m_pFiles = CreateFileSystem();
+    test::RecordingMessageBox m_boxes;
+    MessageFacility m_facility{m_clock, *m_pFiles, m_boxes, ResourceModule::Program()};
+};
+
+TEST_F(MessageFacilityTest, LogLinesStartTheDayFileWithTheMark) {
+    m_facility.SetFlags(MessageFacility::kLogToFile);
+    m_facility.ShowMessage(0, u"text", caption::kDefault, mb::kIconHand);
+    m_clock.Advance(61000);
+    m_facility.ShowMessage(0, u"二行目\r\nです", caption::kWarning, mb::kOk);
+    EXPECT_EQ(LogBytes(), kMark + Utf16Le(u"[12:00:00] <エラー>:text\r\n[12:01:01] <警告>:二行目\r\nです\r\n"));
+    EXPECT_TRUE(m_boxes.Boxes().empty());
+}
+
+TEST_F(MessageFacilityTest, AnswersWithAndWithoutBoxes) {
+    // Legend: facility flags, box style, answer of the (recording) box, expected result, box shown.
+    const struct {
+        std::uint32_t nFacilityFlags, nStyle;
+        int nBoxAnswer, nExpected;
+        bool bShown;
+    } cases[] = {
+        {0, mb::kYesNo, mb::kIdNo, mb::kIdYes, false},                          // silent: a choice is Yes
+        {0, mb::kIconHand, mb::kIdNo, mb::kIdOk, false},                        // silent: a notice is OK
+        {0, mb::kOkCancel, mb::kIdNo, mb::kIdYes, false},
+        {MessageFacility::kShowBoxes, mb::kYesNo, mb::kIdNo, mb::kIdNo, true},  // the user's answer
+        {MessageFacility::kShowBoxes | MessageFacility::kLogToFile, mb::kOk, mb::kIdOk, mb::kIdOk, true},
+    };
+    for (const auto& c : cases) {
+        test::RecordingMessageBox boxes;
+        boxes.SetAnswer(c.nBoxAnswer);
+        MessageFacility facility(m_clock, *m_pFiles, boxes, ResourceModule::Program());
+        facility.SetFlags(c.nFacilityFlags);
+        EXPECT_EQ(facility.ShowMessageId(0, IDS_ASK_DISCONNECT, caption::kConfirm, c.nStyle), c.nExpected);
+        ASSERT_EQ(boxes.Boxes().size(), c.bShown ? 1u : 0u);
+        if (c.bShown) {
+            EXPECT_EQ(boxes.Boxes()[0].strText, u"接続中です。切断してもよろしいですか？");
+            EXPECT_EQ(boxes.Boxes()[0].strCaption, u"確認");
+            EXPECT_EQ(boxes.Boxes()[0].nFlags, c.nStyle);
+        }
+    }
+}
+
+TEST_F(MessageFacilityTest, FailedLogStillShowsTheBox) {
+    m_facility.SetFlags(MessageFacility::kLogToFile | MessageFacility::kShowBoxes);
+    std::filesystem::remove_all(m_dir.Path());
+    EXPECT_EQ(m_facility.ShowMessage(0, u"x", caption::kError, mb::kOk), mb::kIdOk);
+    EXPECT_EQ(m_boxes.Boxes().size(), 1u);
+    EXPECT_EQ(m_boxes.Boxes()[0].strCaption, u"エラー");
+}
+
+TEST_F(MessageFacilityTest, LogFolderAcceptsOnlyDirectories) {
+    const std::u16string strDir = m_dir.WidePath();
+    test::WriteFileBytes(m_dir.File("plain"), "x");
+    // Legend: path given, accepted, folder kept afterwards.
+    const struct {
+        std::u16string strPath;
+        bool bAccepted;
+        std::u16string strFolder;
+    } cases[] = {
+        {strDir, true, strDir + u"/"},
+        {strDir + u"/", true, strDir + u"/"},
+        {m_dir.WideFile("plain"), false, strDir + u"/"},
+        {u"", false, strDir + u"/"},
+        {m_dir.WideFile("missing"), false, strDir + u"/"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(m_facility.SetLogFolder(c.strPath), c.bAccepted);
+        EXPECT_EQ(m_facility.LogFolder(), c.strFolder);
+    }
+}
+
+TEST_F(MessageFacilityTest, PositionLogSizeLimit) {
+    // Legend: bytes already in the file (mark included), characters of the entry, limit, written.
+    const struct {
+        std::size_t nExisting, nChars;
+        std::uint32_t nLimit, nWritten;
+    } cases[] = {
+        {90, 5, 100, 0},   // 90 + 10 reaches the limit
+        {90, 4, 100, 12},  // 90 + 8 stays below it: the text plus "\r\n"
+        {90, 5, 0, 14},    // 0 means no limit
+        {0, 60, 100, 0},   // a new file: the mark is not counted, the text alone is too long
+    };
+    for (const auto& c : cases) {
+        test::TempDir dir;
+        if (c.nExisting) test::WriteFileBytes(dir.File("20090129.pos"), kMark + std::string(c.nExisting - 2, 'a'));
+        EXPECT_EQ(m_facility.WritePositionLog(std::u16string(c.nChars, u'x'), u"pos", dir.WidePath(), c.nLimit),
+                  c.nWritten);
+        const std::size_t nSize = test::ReadFileBytes(dir.File("20090129.pos")).size();
+        EXPECT_EQ(nSize, (c.nExisting ? c.nExisting : 2) + c.nWritten);
+    }
+}
+
+TEST_F(MessageFacilityTest, PositionLogNamesAndMissingFolder) {
+    EXPECT_EQ(m_facility.WritePositionLog(u"35.1/139.2", u"pos", m_dir.WidePath() + u"/", 0), 24u);
+    EXPECT_EQ(test::ReadFileBytes(m_dir.File("20090129.pos")), kMark + Utf16Le(u"35.1/139.2\r\n"));
+    EXPECT_EQ(m_facility.WritePositionLog(u"a", nullptr, m_dir.WidePath(), 0), 6u);  // no suffix, no "."
+    EXPECT_EQ(test::ReadFileBytes(m_dir.File("20090129")), kMark + Utf16Le(u"a\r\n"));
+    EXPECT_EQ(m_facility.WritePositionLog(u"a", u"pos", m_dir.WideFile("missing"), 0), 0u);
+    EXPECT_FALSE(std::filesystem::exists(m_dir.File("missing")));
+}
+
+}  // namespace
+}  // namespace vantrel
