@@ -68,8 +68,10 @@ std::u16string MessageFacility::Caption(int nCaptionId) const {
 }
 
 void MessageFacility::AppendToMessageLog(const std::u16string& strCaption, const std::u16string& strText) {
+    const std::u16string strFolder = LogFolder();
+    if (strFolder.empty()) return;  // no folder accepted yet: nowhere to write
     const SystemTime now = m_clock.LocalTime();
-    const std::u16string strPath = FormatText(u"%s%s.log", LogFolder(), DayName(now));
+    const std::u16string strPath = FormatText(u"%s%s.log", strFolder, DayName(now));
     std::uint64_t nSize = 0;
     std::unique_ptr<File> pFile = OpenDayFile(m_files, strPath, nSize);
     if (!pFile) return;  // logging never reports its own failures

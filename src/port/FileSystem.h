@@ -36,6 +36,16 @@ public:
     virtual bool Remove(const std::u16string& strPath) = 0;
     // The character that separates folders ("\" on Windows, "/" on Linux).
     virtual char16_t Separator() const = 0;
+
+    // Used to choose the program folder. A file system that cannot tell answers as below (so
+    // existing fakes need not implement them).
+    // True when strPath names an existing regular file.
+    virtual bool IsFile(const std::u16string& strPath) { return Open(strPath, OpenMode::OpenExisting) != nullptr; }
+    // True when strPath is a directory in which this process may create files.
+    virtual bool IsWritableDirectory(const std::u16string& strPath) { return false; }
+    // Creates one directory (its parent must exist); true when it exists afterwards. Not named
+    // CreateDirectory, which windows.h turns into a macro.
+    virtual bool MakeDirectory(const std::u16string& strPath) { return false; }
 };
 
 }  // namespace vantrel

@@ -69,6 +69,14 @@ TEST_F(MessageFacilityTest, AnswersWithAndWithoutBoxes) {
     }
 }
 
+TEST_F(MessageFacilityTest, NoFolderNoLog) {
+    test::RecordingMessageBox boxes;
+    MessageFacility facility(m_clock, *m_pFiles, boxes, ResourceModule::Program());
+    facility.SetFlags(MessageFacility::kLogToFile);
+    EXPECT_EQ(facility.ShowMessage(0, u"x", caption::kError, mb::kOk), mb::kIdOk);
+    EXPECT_FALSE(std::filesystem::exists("20090129.log"));
+}
+
 TEST_F(MessageFacilityTest, FailedLogStillShowsTheBox) {
     m_facility.SetFlags(MessageFacility::kLogToFile | MessageFacility::kShowBoxes);
     std::filesystem::remove_all(m_dir.Path());

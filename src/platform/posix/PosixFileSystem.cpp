@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <memory>
 
@@ -71,6 +72,18 @@ public:
     }
     bool Remove(const std::u16string& strPath) override { return ::unlink(Utf16ToUtf8(strPath).c_str()) == 0; }
     char16_t Separator() const override { return u'/'; }
+    bool IsFile(const std::u16string& strPath) override {
+        struct stat st {};
+        return !strPath.empty() && ::stat(Utf16ToUtf8(strPath).c_str(), &st) == 0 && S_ISREG(st.st_mode);
+    }
+    bool IsWritableDirectory(const std::u16string& strPath) override {
+        return IsDirectory(strPath) && ::access(Utf16ToUtf8(strPath).c_str(), W_OK | X_OK) == 0;
+    }
+    bool MakeDirectory(const std::u16string& strPath) override {
+        if (strPath.empty()) return false;
+        if (::mkdir(Utf16ToUtf8(strPath).c_str(), 0755) == 0) return true;
+        return errno == EEXIST && IsDirectory(strPath);
+    }
 };
 
 }  // namespace

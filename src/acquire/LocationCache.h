@@ -1,0 +1,35 @@
+#pragma once
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vantrel {
+
+class FileSystem;
+
+// Earlier answers of the position service by base-station id, in the order they were learnt. The
+// file form is UTF-16LE lines "<id>,<answer>\r\n" after the byte-order mark.
+class LocationCache {
+public:
+    using Entry = std::pair<std::u16string, std::u16string>;
+
+    bool IsEmpty() const { return m_entries.empty(); }
+    const std::vector<Entry>& Entries() const { return m_entries; }
+    // The first entry with this key, or null.
+    const Entry* Find(const std::u16string& strKey) const;
+    // Appends a new key at the end; replaces the value of a known key when it differs.
+    void Update(const std::u16string& strKey, const std::u16string& strValue);
+
+    // Appends the file's entries. False for a missing or empty file (the cache is then unchanged).
+    bool Load(FileSystem& files, const std::u16string& strPath);
+    // Writes a temporary file beside strPath and puts it in the old file's place, so that a failed
+    // write never loses the cache already on disk.
+    bool Save(FileSystem& files, const std::u16string& strPath) const;
+
+private:
+    void AppendLines(const std::u16string& strText);
+
+    std::vector<Entry> m_entries;
+};
+
+}  // namespace vantrel

@@ -1,0 +1,53 @@
+#pragma once
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+
+#include "port/HttpTransport.h"
+
+namespace vantrel {
+
+// What a session shares with the transfers running on it. Held by shared pointer so that a worker
+// thread that outlives its caller still finds it.
+struct CurlSessionState {
+    std::string strAgent;
+    HttpAccess access = HttpAccess::Preconfigured;
+    std::string strProxy;
+    bool bBypassLocal = false;
+    std::string strCookieJar;
+    std::uint32_t nConnectMs = 0;
+    std::uint32_t nIdleMs = 0;  // the longest of the send and receive limits
+    std::atomic<bool> bAborted{false};
+    std::mutex mutex;           // guards the socket set against Abort
+    std::set<int> sockets;
+};
+
+// A WinInet-shaped session over libcurl easy handles: each request runs a whole transfer and keeps
+// the answer in memory, so the body is read from there afterwards.
+class CurlHttpSession final : public HttpSession {
+public:
+    CurlHttpSession(const HttpSessionOptions& options, const std::string& strCookieJar);
+    ~CurlHttpSession() override;
+
+    bool SetTimeout(int nOption, std::uint32_t nMilliseconds, std::uint32_t& nError) override;
+    std::unique_ptr<HttpResponse> SendRequest(const std::u16string& strHost, std::uint16_t nPort,
+                                              const std::u16string& strObject, const std::u16string& strHeaders,
+                                              HttpStage& stage, std::uint32_t& nError) override;
+    std::unique_ptr<HttpResponse> OpenUrl(const std::u16string& strUrl, std::uint32_t& nError) override;
+    void Abort() override;
+
+private:
+    std::unique_ptr<HttpResponse> Perform(const std::string& strUrl, const std::string& strHost,
+                                          const std::string& strHeaders, std::uint32_t& nError);
+
+    std::shared_ptr<CurlSessionState> m_pState;
+};
+
+// Percent-encodes what may not stand in a request line (controls, blank, bytes above 0x7E) and
+// leaves everything else, as the device's stack does with an already decoded object name.
+std::string EscapeForRequestLine(const std::string& strText);
+
+}  // namespace vantrel

@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "port/SystemInfo.h"
+#include "settings/DualString.h"
+
+namespace vantrel {
+namespace {
+
+TEST(DualString, NarrowFormIsCp932) {
+    // Legend: wide text, its bytes in the Japanese code page (the wave dash is the classic trap).
+    const struct {
+        const char16_t* pszWide;
+        const char* pszNarrow;
+    } cases[] = {
+        {u"緯度", "\x88\xDC\x93\x78"},
+        {u"緯度:$nl", "\x88\xDC\x93\x78:$nl"},
+        {u"ｱ", "\xB1"},
+        {u"取得～送信", "\x8E\xE6\x93\xBE\x81\x60\x91\x97\x90\x4D"},
+        {u"plain", "plain"},
+    };
+    for (const auto& c : cases) {
+        const DualString s(c.pszWide);
+        EXPECT_EQ(s.Narrow(), c.pszNarrow);
+        DualString back;
+        ASSERT_TRUE(back.AssignNarrow(c.pszNarrow));
+        EXPECT_EQ(back.Wide(), c.pszWide);
+    }
+}
+
+TEST(DualString, EmptyWideTextKeepsTheOldNarrowForm) {
+    DualString s(u"abc");
+    s = u"";
+    EXPECT_EQ(s.Wide(), u"");
+    EXPECT_EQ(s.Narrow(), "abc");
+}
+
+TEST(DualString, EmptyNarrowTextIsRefusedAndChangesNothing) {
+    DualString s(u"緯度");
+    EXPECT_FALSE(s.AssignNarrow(""));
+    EXPECT_EQ(s.Wide(), u"緯度");
+    EXPECT_EQ(s.Narrow(), "\x88\xDC\x93\x78");
+}
+
+TEST(DualString, AppendRefreshesBothForms) {
+    DualString s(u"URL");
+    s.AppendSeparator(u";");
+    s.Append(u"経度");
+    EXPECT_EQ(s.Wide(), u"URL;経度");
+    EXPECT_EQ(s.Narrow(), "URL;\x8C\x6F\x93\x78");
+}
+
+TEST(DualString, EqualityIsExact) {
+    EXPECT_TRUE(DualString(u"TRUE") == DualString(u"TRUE"));
+    EXPECT_FALSE(DualString(u"TRUE") == DualString(u"true"));
+    EXPECT_FALSE(DualString(u"TRUE") == DualString(u"TRUE "));
+}
+
+TEST(DualString, FormatReplacesBothForms) {
+    DualString s(u"old");
+    s.Format(u"%s%d", u"経度", 7);
+    EXPECT_EQ(s.Wide(), u"経度7");
+    EXPECT_EQ(s.Narrow(), "\x8C\x6F\x93\x78" "7");
+}
+
+TEST(DualString, FormatWithEmptyResultOrFaultKeepsTheOldText) {
+    DualString s(u"old");
+    s.Format(u"%s", u"");
+    EXPECT_EQ(s.Wide(), u"old");
+    s.Format(u"");
+    EXPECT_EQ(s.Wide(), u"old");
+    s.Format(u"%d", u"not a number");
+    EXPECT_EQ(s.Wide(), u"old");
+    EXPECT_EQ(s.Narrow(), "old");
+}
+
+TEST(DualString, FormatIsCutAt1023CodeUnits) {
+    // Legend: formatted length -> kept length (the work area holds 1024 units with its terminator).
+    const struct {
+        std::size_t nIn;
+        std::size_t nKept;
+    } cases[] = {{1022, 1022}, {1023, 1023}, {1024, 1023}, {3000, 1023}};
+    for (const auto& c : cases) {
+        DualString s(u"old");
+        const std::u16string strLong(c.nIn, u'緯');
+        s.Format(u"%s", strLong);
+        EXPECT_EQ(s.Length(), c.nKept) << c.nIn;
+        EXPECT_EQ(s.Narrow().size(), 2 * c.nKept) << c.nIn;
+    }
+}
+
+TEST(DualString, BufferRoundTrip) {
+    DualString s(u"hello");
+    char16_t* pBuffer = s.GetBuffer(3);
+    ASSERT_NE(pBuffer, nullptr);
+    EXPECT_EQ(std::u16string(pBuffer), u"hel");  // at most n units of the old text, terminated
+    pBuffer = s.GetBuffer(16);
+    ASSERT_NE(pBuffer, nullptr);
+    std::memcpy(pBuffer, u"緯度\0xyz", 7 * sizeof(char16_t));
+    s.ReleaseBuffer();
+    EXPECT_EQ(s.Wide(), u"緯度");
+    EXPECT_EQ(s.Narrow(), "\x88\xDC\x93\x78");
+    s.GetBuffer(16);
+    s.ReleaseBuffer(1);
+    EXPECT_EQ(s.Wide(), u"緯");
+}
+
+class ScriptedSystemInfo final : public SystemInfo {
+public:
+    std::u16string ExecutablePath() override { return {}; }
+    bool GetEnv(const char*, std::u16string&) override { return false; }
+    std::uint32_t LastError() override { return m_nError; }
+    bool ErrorText(std::uint32_t nError, std::u16string& strText) override {
+        if (nError != 2) return false;
+        strText = u"No such file or directory";
+        return true;
+    }
+    std::uint32_t m_nError = 0;
+};
+
+TEST(DualString, LastErrorTextFallsBackToTheNumber) {
+    ScriptedSystemInfo system;
+    DualString s;
+    system.m_nError = 2;
+    EXPECT_TRUE(s.LoadLastErrorText(system));
+    EXPECT_EQ(s.Wide(), u"No such file or directory");
+    system.m_nError = 12029;
+    EXPECT_FALSE(s.LoadLastErrorText(system));
+    EXPECT_EQ(s.Wide(), u"12029");
+}
+
+}  // namespace
+}  // namespace vantrel
