@@ -1,0 +1,15 @@
+# Stand-in data-line libraries with both, one and none of the entry points; they land beside the
+# test program, where the loader looks first.
+foreach(variant both createonly none)
+  add_library(fakeconn_${variant} MODULE FakeDlgConnect.cpp)
+  target_include_directories(fakeconn_${variant} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  set_target_properties(fakeconn_${variant} PROPERTIES PREFIX "lib" CXX_VISIBILITY_PRESET hidden)
+endforeach()
+target_compile_definitions(fakeconn_both PRIVATE FAKE_EXPORT_CREATE FAKE_EXPORT_DELETE)
+target_compile_definitions(fakeconn_createonly PRIVATE FAKE_EXPORT_CREATE)
+
+vantrel_add_test(connection_tests
+  SOURCES ConnectionManagerTest.cpp DlgConnectPluginTest.cpp
+  LIBS vantrel_connection vantrel_message vantrel_platform)
+add_dependencies(connection_tests fakeconn_both fakeconn_createonly fakeconn_none dlgconnect)
+target_compile_definitions(connection_tests PRIVATE VANTREL_DLGCONNECT_PATH="$<TARGET_FILE:dlgconnect>")
