@@ -11,7 +11,7 @@ packages=(
   binutils-mingw-w64-x86-64
   fonts-ipafont-gothic
   libcpp-httplib-dev python3 python3-aiosmtpd
-  xvfb
+  xdg-utils xvfb
 )
 
 missing=()
