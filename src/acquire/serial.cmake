@@ -5,7 +5,7 @@ add_library(vantrel_serial STATIC
   ${CMAKE_CURRENT_LIST_DIR}/PortResolver.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ModuleEmulator.cpp
   ${CMAKE_CURRENT_LIST_DIR}/EmulatedModule.cpp)
-# MessageFacility's definition comes from the delivery library the executable links.
-target_link_libraries(vantrel_serial PUBLIC vantrel_port vantrel_text)
+# Diagnostics go through the message facility.
+target_link_libraries(vantrel_serial PUBLIC vantrel_port vantrel_text vantrel_message)
 find_package(Threads REQUIRED)
 target_link_libraries(vantrel_serial PUBLIC Threads::Threads)
