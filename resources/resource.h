@@ -140,3 +140,136 @@
 
 // Folder picker
 #define IDS_MY_POCKET_PC 40085
+
+// Dialog templates
+#define IDD_VERSION 105
+#define IDD_VERSION_WIDE 106
+#define IDD_MAINFORM 129
+#define IDD_PROGRESS 130
+#define IDD_LISTEDIT 131
+#define IDD_PAGE_ACTION 135
+#define IDD_PAGE_AUTH 136
+#define IDD_PAGE_MAIL 137
+#define IDD_FOLDER 138
+#define IDD_PAGE_AUTOSEND 142
+#define IDD_PAGE_MESSAGE 143
+#define IDD_PAGE_RETRY 145
+#define IDD_PAGE_POSLOG 146
+#define IDD_PAGE_FUNCTION 147
+
+// Menu and accelerators
+#define IDR_MENU 102
+#define IDR_ACCELERATOR 2
+
+// Buttons every dialog shares (the Win32 IDOK and IDCANCEL)
+#define IDC_OK 1
+#define IDC_CANCEL 2
+
+// Main form (template 129); the command ids double as menu commands
+#define IDC_URL_LABEL 204
+#define IDC_BROWSER_LABEL 205
+#define IDC_AUTOCONNECT 1004
+#define IDC_ACQUIRE 1008
+#define IDC_SEND 1009
+#define IDC_CONNECT 1013
+#define IDC_RESULT 1014
+#define IDC_ACQUIRE_SEND 1016
+#define IDC_LOCATEEASY 1018
+#define IDC_URL_EDIT 1023
+#define IDC_URL_LIST 1029
+#define IDC_BROWSER_LIST 1030
+#define IDC_BROWSER_EDIT 1031
+#define IDC_MONITOR 1032
+#define IDC_BROWSERSEND 1044
+#define IDC_MAILSEND 1045
+#define IDC_HTTPSEND 1065
+#define IDC_GMMSEND 1082
+
+// Acquisition progress (template 130)
+#define IDC_PROGRESS_TEXT 1015
+
+// Menu commands
+#define IDM_OPEN 32772
+#define IDM_SAVE 32774
+#define IDM_SETTINGS 32782
+#define IDM_NEWMAIL 32786
+#define IDM_COPY 32792
+#define IDM_EXIT 40000
+#define IDM_VERSION 40002
+
+// List editor (template 131)
+#define IDC_LE_LIST 1101
+#define IDC_LE_ADD 1102
+#define IDC_LE_DELETE 1103
+#define IDC_LE_CHANGE 1104
+#define IDC_LE_UP 1105
+#define IDC_LE_DOWN 1106
+#define IDC_LE_TITLE_LABEL 1107
+#define IDC_LE_TITLE 1108
+#define IDC_LE_INPUT_LABEL 1109
+#define IDC_LE_INPUT 1110
+#define IDC_LE_BROWSE 1111
+#define IDC_LE_SUB1_LABEL 1112
+#define IDC_LE_SUB1 1113
+
+// Settings page "動作" (135)
+#define IDC_PA_STARTUPALL 1201
+#define IDC_PA_SUPEXIT 1202
+#define IDC_PA_EXITDISCONNECT 1203
+#define IDC_PA_CONNECTWAIT 1204
+#define IDC_PA_CSIDCACHE 1205
+#define IDC_PA_CREATECOOKIE 1206
+#define IDC_PA_EPGETCNT 1207
+
+// Settings page "認証" (136)
+#define IDC_PU_PBS 1301
+#define IDC_PU_HOSTPOP 1302
+#define IDC_PU_ACCOUNTPOP 1303
+#define IDC_PU_PASSWORDPOP 1304
+
+// Settings page "メール送信" (137)
+#define IDC_PM_HOSTSMTP 1401
+#define IDC_PM_FROMSMTP 1402
+#define IDC_PM_TOSMTP 1403
+#define IDC_PM_SUBJECTSMTP 1404
+#define IDC_PM_BODYSMTP 1405
+
+// Settings page "自動送信" (142)
+#define IDC_PS_AUTOSEND 1501
+#define IDC_PS_AUTOSENDINTERVAL 1502
+#define IDC_PS_MONCHKSEND 1503
+#define IDC_PS_AUTOSENDISCONNECT 1504
+
+// Settings page "メッセージ" (143)
+#define IDC_PG_NOMSG 1601
+#define IDC_PG_OUTPUTMSGFILE 1602
+#define IDC_PG_LOGFILEDIR 1603
+#define IDC_PG_BROWSE 1604
+
+// Settings page "リトライ" (145)
+#define IDC_PR_RETRYCONNECT 1701
+#define IDC_PR_RETRYCONNECTMAX 1702
+#define IDC_PR_RETRYSENDMAIL 1703
+#define IDC_PR_RETRYSENDMAILMAX 1704
+#define IDC_PR_RETRYHTTPSEND 1705
+#define IDC_PR_RETRYHTTPSENDMAX 1706
+#define IDC_PR_RETRYNOMSG 1707
+
+// Settings page "位置情報ログ" (146)
+#define IDC_PL_OUTPUTPOSLOGFILE 1801
+#define IDC_PL_POSLOGDIR 1802
+#define IDC_PL_BROWSE 1803
+#define IDC_PL_POSLOGMAXSIZE 1804
+#define IDC_PL_POSLOGFORMAT 1805
+
+// Settings page "機能" (147)
+#define IDC_PF_CLIPBOARDFORMAT 1901
+
+// Folder picker (138)
+#define IDC_FP_TREE 2001
+#define IDC_FP_SUBFOLDERS 2002
+
+// Version dialogs (105, 106)
+#define IDC_VER_NAME 2101
+#define IDC_VER_VERSION 2102
+#define IDC_VER_DATE 2103

@@ -1,0 +1,31 @@
+#pragma once
+#include <cstdint>
+#include <functional>
+
+namespace vantrel {
+
+// The one user-interface thread: a message loop that runs closures posted from any thread, window
+// timers by id and nested modal runs. Everything that touches forms and dialogs runs on it.
+class UiThread {
+public:
+    virtual ~UiThread() = default;
+
+    // Queues fn to run on the loop; callable from any thread (the serial reader posts completions).
+    virtual void Post(std::function<void()> fn) = 0;
+
+    // Starts or restarts timer nId: fn runs on the loop every nPeriodMs. Like window timers, a late
+    // loop fires a timer once, not once per missed period.
+    virtual void SetTimer(std::uint32_t nId, std::uint32_t nPeriodMs, std::function<void()> fn) = 0;
+    virtual void KillTimer(std::uint32_t nId) = 0;
+
+    // Runs a nested loop until EndModal (for the innermost run) and returns its end code. A Quit
+    // ends every modal run with the quit code.
+    virtual int RunModal() = 0;
+    virtual void EndModal(int nCode) = 0;
+
+    // Runs the main loop until Quit and returns the exit code.
+    virtual int Run() = 0;
+    virtual void Quit(int nExitCode) = 0;
+};
+
+}  // namespace vantrel

@@ -1,0 +1,227 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "acquire/EmulatedModule.h"
+#include "acquire/PortResolver.h"
+#include "port/PseudoTerminal.h"
+#include "port/SystemInfo.h"
+#include "support/SerialFixture.h"
+
+namespace vantrel {
+namespace {
+
+using test::ChunkCollector;
+using test::SerialServices;
+using Ms = std::chrono::milliseconds;
+
+EmulatorConfig FastModule() {
+    EmulatorConfig config;
+    config.nBaudRate = 0;
+    return config;
+}
+
+class SerialPortOverPty : public testing::Test {
+protected:
+    bool OpenOn(const std::string& strPath) {
+        m_port.SetListener(&m_collector);
+        return m_port.Open(Utf8ToUtf16(strPath));
+    }
+
+    SerialServices m_services;
+    ChunkCollector m_collector;
+    SerialPort m_port{m_services.Context()};
+};
+
+TEST_F(SerialPortOverPty, CommandAndAnswerMakeARoundTrip) {
+    EmulatedModule module(CreatePseudoTerminal(), FastModule());
+    ASSERT_TRUE(module.Start());
+    ASSERT_TRUE(OpenOn(module.DevicePath()));
+    EXPECT_TRUE(m_port.IsOpen());
+    ASSERT_TRUE(test::Send(m_port, "AT@K20\r\n"));
+    ASSERT_TRUE(m_collector.WaitForEnding("OK\r\n", 3000));
+    EXPECT_EQ(m_collector.Text(), "AT@K20\r\n0A12F3C4,34\r\n0A12F3B8,21\r\nOK\r\n");
+    EXPECT_EQ(module.Commands(), std::vector<std::string>{"AT@K20"});
+    EXPECT_TRUE(m_port.closePort());
+    EXPECT_FALSE(m_port.IsOpen());
+    EXPECT_EQ(m_port.LastReaderExitCode(), 0u);
+    EXPECT_TRUE(m_services.Texts().empty());
+}
+
+TEST_F(SerialPortOverPty, TheSamePortOpensAgainAfterClosing) {
+    EmulatedModule module(CreatePseudoTerminal(), FastModule());
+    ASSERT_TRUE(module.Start());
+    for (int nRound = 0; nRound < 3; ++nRound) {
+        ASSERT_TRUE(OpenOn(module.DevicePath())) << nRound;
+        ASSERT_TRUE(test::Send(m_port, "AT@LBC1\r\n"));
+        ASSERT_TRUE(m_collector.WaitFor([&](const std::string& s) { return s.size() == 13u * (nRound + 1); }, 3000));
+        EXPECT_TRUE(m_port.closePort());
+    }
+    EXPECT_EQ(m_collector.Text(), "AT@LBC1\r\nOK\r\nAT@LBC1\r\nOK\r\nAT@LBC1\r\nOK\r\n");
+}
+
+TEST_F(SerialPortOverPty, MoreThan999WaitingBytesAreHandedOverInSeparateChunks) {
+    auto pTerminal = CreatePseudoTerminal();
+    ASSERT_TRUE(pTerminal->Open());
+    m_port.SetReadDelay(200);  // everything is buffered before the first read
+    ASSERT_TRUE(OpenOn(pTerminal->SlavePath()));
+    std::string strBurst;
+    for (int i = 0; i < 2500; ++i) strBurst.push_back(static_cast<char>('A' + i % 26));
+    ASSERT_TRUE(pTerminal->Write(strBurst.data(), static_cast<std::uint32_t>(strBurst.size())));
+    ASSERT_TRUE(m_collector.WaitFor([&](const std::string& s) { return s.size() == strBurst.size(); }, 5000));
+    const std::vector<std::string> chunks = m_collector.Chunks();
+    ASSERT_EQ(chunks.size(), 3u);
+    EXPECT_EQ(chunks[0].size(), 999u);
+    EXPECT_EQ(chunks[1].size(), 999u);
+    EXPECT_EQ(chunks[2].size(), 502u);
+    EXPECT_EQ(m_collector.Text(), strBurst);
+    EXPECT_TRUE(m_port.closePort());
+}
+
+// Legend: read delay, how the module cuts its answer, whether one chunk is expected.
+struct DelayCase {
+    std::uint32_t nReadDelay;
+    std::uint32_t nFragmentBytes;
+    std::uint32_t nFragmentPauseMs;
+    bool bOneChunk;
+};
+
+void PrintTo(const DelayCase& c, std::ostream* pOut) {
+    *pOut << "delay " << c.nReadDelay << " ms, pieces of " << c.nFragmentBytes << " every " << c.nFragmentPauseMs << " ms";
+}
+
+class ReadDelay : public testing::TestWithParam<DelayCase> {};
+
+TEST_P(ReadDelay, DecidesWhetherACutAnswerArrivesInOneChunk) {
+    const DelayCase& c = GetParam();
+    EmulatorConfig config = FastModule();
+    config.nFragmentBytes = c.nFragmentBytes;
+    config.nFragmentPauseMs = c.nFragmentPauseMs;
+    EmulatedModule module(CreatePseudoTerminal(), config);
+    ASSERT_TRUE(module.Start());
+    SerialServices services;
+    ChunkCollector collector;
+    SerialPort port(services.Context());
+    port.SetListener(&collector);
+    port.SetReadDelay(c.nReadDelay);
+    ASSERT_TRUE(port.Open(Utf8ToUtf16(module.DevicePath())));
+    ASSERT_TRUE(test::Send(port, "AT@LBC?\r\n"));
+    ASSERT_TRUE(collector.WaitForEnding("OK\r\n", 5000));
+    EXPECT_EQ(collector.Text(), "AT@LBC?\r\nN35:39:29\r\nE139:44:51\r\n1\r\nOK\r\n");
+    if (c.bOneChunk) {
+        EXPECT_EQ(collector.Chunks().size(), 1u);
+    } else {
+        EXPECT_GT(collector.Chunks().size(), 3u);
+    }
+    EXPECT_TRUE(port.closePort());
+}
+
+INSTANTIATE_TEST_SUITE_P(Serial, ReadDelay,
+                         testing::Values(DelayCase{300, 5, 10, true}, DelayCase{1000, 3, 20, true},
+                                         DelayCase{0, 5, 40, false}));
+
+TEST_F(SerialPortOverPty, ZeroLengthWriteFailsWithoutWriting) {
+    auto pTerminal = CreatePseudoTerminal();
+    ASSERT_TRUE(pTerminal->Open());
+    ASSERT_TRUE(OpenOn(pTerminal->SlavePath()));
+    std::uint32_t nWritten = 7;
+    EXPECT_FALSE(m_port.write_scc("AT\r\n", 0, nWritten));
+    EXPECT_FALSE(m_port.write_scc("AT\r\n", -1, nWritten));
+    EXPECT_EQ(nWritten, 0u);
+    char buffer[16];
+    std::uint32_t nRead = 0;
+    pTerminal->Read(buffer, sizeof buffer, nRead, 100);
+    EXPECT_EQ(nRead, 0u);
+    EXPECT_TRUE(m_services.Texts().empty());
+    EXPECT_TRUE(m_port.closePort());
+}
+
+TEST_F(SerialPortOverPty, ClosingAPortThatIsNotOpenFailsSilently) {
+    EXPECT_FALSE(m_port.closePort());
+    EmulatedModule module(CreatePseudoTerminal(), FastModule());
+    ASSERT_TRUE(module.Start());
+    ASSERT_TRUE(OpenOn(module.DevicePath()));
+    EXPECT_TRUE(m_port.closePort());
+    EXPECT_FALSE(m_port.closePort());
+    EXPECT_TRUE(m_services.Texts().empty());
+}
+
+TEST_F(SerialPortOverPty, AVanishingModuleEndsTheReaderWithAMessageAndFailsTheNextWrite) {
+    EmulatorConfig config = FastModule();
+    config.nVanishAfter = 2;
+    EmulatedModule module(CreatePseudoTerminal(), config);
+    ASSERT_TRUE(module.Start());
+    ASSERT_TRUE(OpenOn(module.DevicePath()));
+    ASSERT_TRUE(test::Send(m_port, "AT@LBC1\r\n"));
+    ASSERT_TRUE(m_collector.WaitForEnding("OK\r\n", 3000));
+    ASSERT_TRUE(test::Send(m_port, "AT@LBC?\r\n"));
+    const auto until = std::chrono::steady_clock::now() + Ms(3000);
+    while (m_services.Texts().empty() && std::chrono::steady_clock::now() < until) std::this_thread::sleep_for(Ms(10));
+    const std::u16string strEio = test::ErrnoText(5);
+    ASSERT_EQ(m_services.Texts(),
+              std::vector<std::u16string>{u"ClearCommError() Failed. dwErrors = 0x00000000, WinErr = (" + strEio + u")"});
+    EXPECT_TRUE(module.HasHungUp());
+    EXPECT_TRUE(m_port.IsOpen());  // the owner learns of it only because nothing more arrives
+    EXPECT_FALSE(test::Send(m_port, "AT@LBC2\r\n"));
+    EXPECT_EQ(m_services.Texts().back(),
+              u"ClearCommError() Failed(write_scc()). dwErrors = 0x00000000, WinErr = (" + strEio + u")");
+    EXPECT_TRUE(m_port.closePort());
+    EXPECT_EQ(m_port.LastReaderExitCode(), SerialPort::kExitFailed);
+}
+
+// A listener that holds the reader up for longer than closePort waits.
+class StuckListener final : public SerialListener {
+public:
+    void OnReceive(const std::u16string&) override {
+        m_bEntered = true;
+        std::this_thread::sleep_for(Ms(1500));
+        m_bLeft = true;
+    }
+    std::atomic<bool> m_bEntered{false};
+    std::atomic<bool> m_bLeft{false};
+};
+
+TEST(SerialPortStop, AReaderThatDoesNotStopInTimeIsLeftBehindSafely) {
+    StuckListener listener;  // outlives the abandoned reader: it is the one thing it still calls
+    EmulatedModule module(CreatePseudoTerminal(), FastModule());
+    ASSERT_TRUE(module.Start());
+    {
+        SerialServices services;
+        auto pPort = std::make_unique<SerialPort>(services.Context());
+        pPort->SetListener(&listener);
+        ASSERT_TRUE(pPort->Open(Utf8ToUtf16(module.DevicePath())));
+        ASSERT_TRUE(test::Send(*pPort, "AT\r\n"));
+        while (!listener.m_bEntered) std::this_thread::sleep_for(Ms(5));
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_TRUE(pPort->closePort());
+        const auto waited = std::chrono::steady_clock::now() - start;
+        EXPECT_GE(waited, Ms(990));
+        EXPECT_LT(waited, Ms(1400));
+        EXPECT_EQ(pPort->LastReaderExitCode(), SerialPort::kExitTimedOut);
+        pPort.reset();  // the port and its services go while the reader is still inside the listener
+    }
+    while (!listener.m_bLeft) std::this_thread::sleep_for(Ms(5));
+    std::this_thread::sleep_for(Ms(50));  // the reader sees the invalid handle and ends on its own
+}
+
+TEST(PortResolution, ProgramPortOpensTheEmulatedModule) {
+    EmulatedModule module(CreatePseudoTerminal(), FastModule());
+    ASSERT_TRUE(module.Start());
+    auto pSystem = CreateSystemInfo();
+    PortResolver resolver(u"sim", *pSystem);
+    resolver.SetSimulatedDevice(Utf8ToUtf16(module.DevicePath()));
+    SerialServices services;
+    SerialContext context = services.Context();
+    context.pResolver = &resolver;
+    ChunkCollector collector;
+    SerialPort port(context);
+    port.SetListener(&collector);
+    ASSERT_TRUE(port.Open(PortResolver::kProgramPort));
+    ASSERT_TRUE(test::Send(port, "AT@LBC2\r\n"));
+    EXPECT_TRUE(collector.WaitForEnding("OK\r\n", 3000));
+    EXPECT_TRUE(port.closePort());
+}
+
+}  // namespace
+}  // namespace vantrel

@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "acquire/WsimMonitorSession.h"
+#include "acquire/WsimParsers.h"
+#include "WsimRig.h"
+
+namespace vantrel {
+namespace {
+
+TEST(WsimMonitorSessionTest, MonitorKeepsTheLatestReading) {
+    EmulatorConfig config;
+    config.nTrackEvery = 1;  // every reading moves the fix, so a second reading is visible
+    EmulatedModule module(CreatePseudoTerminal(), config);
+    ASSERT_TRUE(module.Start());
+    test::SerialRig rig(module.DevicePath());
+    WsimMonitorSession session(rig.Context());
+    std::atomic<int> nMode{mode::kSimple};
+    ASSERT_TRUE(session.StartMonitor(nMode, {10, 3000, 20}));
+    EXPECT_EQ(nMode, mode::kMonitor);
+    ASSERT_TRUE(test::WaitFor([&] { return session.ReadingCount() >= 2; }));
+    session.StopMonitor();
+    EXPECT_NE(nMode, mode::kMonitor);
+    EXPECT_FALSE(session.IsMonitoring());
+    EXPECT_TRUE(session.IsOpen()) << "the port stays open until the monitor session is closed";
+    const std::u16string strLatest = session.LatestText();
+    EXPECT_EQ(strLatest.rfind(u"N35.39.", 0), 0u) << std::string(strLatest.begin(), strLatest.end());
+    EXPECT_NE(strLatest, u"N35.39.29.000E139.44.51.000/1") << "the first reading was replaced";
+    const auto commands = module.Commands();
+    ASSERT_GE(commands.size(), 6u);
+    EXPECT_EQ(std::vector<std::string>(commands.begin(), commands.begin() + 3),
+              (std::vector<std::string>{"AT@LBC1", "AT@LBC?", "AT@LBC2"}));
+    session.Close();
+    EXPECT_FALSE(session.IsOpen());
+}
+
+TEST(WsimMonitorSessionTest, SendWithoutOkFailsAtItsLimit) {
+    EmulatorConfig config;
+    config.strNoFinalOn = "*";
+    EmulatedModule module(CreatePseudoTerminal(), config);
+    ASSERT_TRUE(module.Start());
+    test::SerialRig rig(module.DevicePath());
+    WsimMonitorSession session(rig.Context());
+    ASSERT_TRUE(session.Open());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(session.SendLbc1(10, 300));
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(elapsed, std::chrono::milliseconds(300));
+    EXPECT_LT(elapsed, std::chrono::milliseconds(2000));
+}
+
+TEST(WsimMonitorSessionTest, SendSucceedsAsSoonAsTheAnswerIsComplete) {
+    EmulatedModule module(CreatePseudoTerminal());
+    ASSERT_TRUE(module.Start());
+    test::SerialRig rig(module.DevicePath());
+    WsimMonitorSession session(rig.Context());
+    EXPECT_FALSE(session.SendLbc1(10, 100)) << "not open yet";
+    ASSERT_TRUE(session.Open());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(session.SendLbcQuery(10, 5000));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2000));
+    std::u16string strResponse, strText;
+    EXPECT_EQ(session.Identify(strResponse), wsim::kLbcQuery);
+    EXPECT_TRUE(ParseSimpleCoordinates(strResponse, strText));
+    EXPECT_EQ(strText, u"N35.39.29.000E139.44.51.000/1");
+}
+
+TEST(WsimMonitorSessionTest, IdentifyKnowsNoBareK) {
+    test::SerialRig rig("/nonexistent/tty");
+    WsimMonitorSession session(rig.Context());
+    std::u16string strResponse;
+    session.OnReceive(u"AT@K\r\nOK\r\n");
+    EXPECT_EQ(session.Identify(strResponse), wsim::kUnknown);
+    session.OnReceive(u"AT@K20\r\nOK\r\n");
+    EXPECT_EQ(session.Identify(strResponse), wsim::kK20);
+    EXPECT_EQ(strResponse, u"AT@K20\r\nOK\r\n");
+}
+
+}  // namespace
+}  // namespace vantrel

@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "app/DialogTemplate.h"
+#include "platform/headless/HeadlessUiThread.h"
+#include "platform/headless/MemoryDialogHost.h"
+#include "resource.h"
+#include "settings/ResourceModule.h"
+#include "support/ManualClock.h"
+
+namespace vantrel {
+namespace {
+
+// Writes template bytes as the resource compiler lays them out.
+class Bytes {
+public:
+    Bytes& Word(std::uint16_t n) {
+        m_data.push_back(static_cast<std::uint8_t>(n));
+        m_data.push_back(static_cast<std::uint8_t>(n >> 8));
+        return *this;
+    }
+    Bytes& Dword(std::uint32_t n) { return Word(static_cast<std::uint16_t>(n)).Word(static_cast<std::uint16_t>(n >> 16)); }
+    Bytes& Text(std::u16string_view str) {
+        for (char16_t c : str) Word(c);
+        return Word(0);
+    }
+    Bytes& Align() {
+        while (m_data.size() % 4) m_data.push_back(0);
+        return *this;
+    }
+    Bytes& Rect(int x, int y, int cx, int cy) { return Word(x).Word(y).Word(cx).Word(cy); }
+    const std::vector<std::uint8_t>& Data() const { return m_data; }
+
+private:
+    std::vector<std::uint8_t> m_data;
+};
+
+// A plain DLGTEMPLATE with a font and items of the classes given (ordinal codes).
+std::vector<std::uint8_t> PlainTemplate(const std::vector<std::uint16_t>& codes) {
+    Bytes b;
+    b.Dword(0x40 /* DS_SETFONT */).Dword(0).Word(static_cast<std::uint16_t>(codes.size())).Rect(0, 0, 100, 50);
+    b.Word(0).Word(0).Text(u"T").Word(8).Text(u"ＭＳ Ｐゴシック");
+    int nId = 10;
+    for (std::uint16_t nCode : codes) {
+        b.Align().Dword(0x50000000).Dword(0).Rect(1, 2, 56, 14).Word(static_cast<std::uint16_t>(nId++));
+        b.Word(0xFFFF).Word(nCode).Text(u"x").Word(0);
+    }
+    return b.Data();
+}
+
+TEST(DialogTemplateTest, UnknownClassCodeIsSkippedAndTheRestBuilt) {
+    const auto data = PlainTemplate({0x80, 0x86, 0x81, 0x90, 0x85});
+    DialogTemplate dlg;
+    ASSERT_TRUE(ParseDialogTemplate(data, dlg));
+    ASSERT_EQ(dlg.items.size(), 5u);
+    EXPECT_EQ(dlg.strFace, u"ＭＳ Ｐゴシック");
+    EXPECT_EQ(dlg.nPointSize, 8);
+
+    test::ManualClock clock;
+    HeadlessUiThread ui(clock);
+    MemoryDialogHost host(ui);
+    EXPECT_EQ(CreateControls(dlg, host), 3);
+    EXPECT_EQ(host.ControlIds(), (std::vector<int>{10, 12, 14}));
+    EXPECT_EQ(host.Spec(10).strClass, u"BUTTON");
+    EXPECT_EQ(host.Spec(12).strClass, u"EDIT");
+    EXPECT_EQ(host.Spec(14).strClass, u"COMBOBOX");
+    EXPECT_EQ(host.Spec(12).cx, 56);
+}
+
+TEST(DialogTemplateTest, TruncatedTemplateIsRefused) {
+    auto data = PlainTemplate({0x80, 0x81});
+    data.resize(data.size() - 3);
+    DialogTemplate dlg;
+    EXPECT_FALSE(ParseDialogTemplate(data, dlg));
+}
+
+TEST(DialogTemplateTest, ExtendedTemplateWithClassNameAndCreationData) {
+    Bytes b;
+    b.Word(1).Word(0xFFFF).Dword(0).Dword(0).Dword(0x40).Word(2).Rect(0, 0, 80, 40);
+    b.Word(0).Word(0).Text(u"Ex").Word(9).Word(700).Word(0).Text(u"Face");
+    b.Align().Dword(0).Dword(0).Dword(0x50000000).Rect(4, 4, 60, 50).Dword(0xFFFFFFFF);
+    b.Text(u"SysListView32").Text(u"").Word(2).Word(0xBEEF);
+    b.Align().Dword(0).Dword(0).Dword(0x50000000).Rect(4, 60, 30, 12).Dword(1);
+    b.Word(0xFFFF).Word(0x80).Text(u"OK").Word(0);
+    DialogTemplate dlg;
+    ASSERT_TRUE(ParseDialogTemplate(b.Data(), dlg));
+    EXPECT_TRUE(dlg.bExtended);
+    EXPECT_EQ(dlg.strTitle, u"Ex");
+    EXPECT_EQ(dlg.nWeight, 700);
+    EXPECT_EQ(dlg.strFace, u"Face");
+    ASSERT_EQ(dlg.items.size(), 2u);
+    EXPECT_EQ(dlg.items[0].nId, -1);
+    EXPECT_EQ(dlg.items[0].strClass, u"SysListView32");
+    EXPECT_EQ(dlg.items[0].creationData, (std::vector<std::uint8_t>{0xEF, 0xBE}));
+    EXPECT_EQ(dlg.items[1].nClassCode, 0x80);
+    EXPECT_EQ(dlg.items[1].strText, u"OK");
+}
+
+struct ControlText {
+    int nId;
+    std::u16string strClass;
+    std::u16string strText;
+};
+
+void ExpectControls(std::uint16_t nTemplate, const std::vector<ControlText>& expected, std::size_t nCount) {
+    test::ManualClock clock;
+    HeadlessUiThread ui(clock);
+    MemoryDialogHost host(ui);
+    EXPECT_EQ(CreateControls(ResourceModule::Program(), nTemplate, host), static_cast<int>(nCount));
+    EXPECT_EQ(host.Frame().strFace, u"ＭＳ Ｐゴシック");
+    EXPECT_EQ(host.Frame().nPointSize, 8);
+    for (const ControlText& c : expected) {
+        ASSERT_TRUE(host.HasControl(c.nId)) << c.nId;
+        EXPECT_EQ(host.Spec(c.nId).strClass, c.strClass) << c.nId;
+        EXPECT_EQ(host.GetText(c.nId), c.strText) << c.nId;
+    }
+}
+
+TEST(DialogTemplateTest, MainFormTemplateReadsBack) {
+    ExpectControls(IDD_MAINFORM,
+                   {{204, u"STATIC", u"URL"},          {1029, u"COMBOBOX", u""},       {1023, u"BUTTON", u"編集"},
+                    {205, u"STATIC", u"ブラウザ"},     {1030, u"COMBOBOX", u""},       {1031, u"BUTTON", u"編集"},
+                    {1013, u"BUTTON", u"接続"},        {1004, u"BUTTON", u"自動接続"}, {1008, u"BUTTON", u"位置情報取得"},
+                    {1018, u"BUTTON", u"簡易座標で取得"}, {1044, u"BUTTON", u"ブラウザ"}, {1045, u"BUTTON", u"メール"},
+                    {1065, u"BUTTON", u"HTTP"},        {1082, u"BUTTON", u"GMM"},      {1032, u"BUTTON", u"モニタ"},
+                    {1009, u"BUTTON", u"送信"},        {1016, u"BUTTON", u"取得～送信"}, {1014, u"EDIT", u""}},
+                   18);
+    test::ManualClock clock;
+    HeadlessUiThread ui(clock);
+    MemoryDialogHost host(ui);
+    CreateControls(ResourceModule::Program(), IDD_MAINFORM, host);
+    EXPECT_EQ(host.Frame().cx, 173);
+    EXPECT_EQ(host.Frame().cy, 185);
+    const std::uint32_t nStyle = host.Spec(1014).nStyle;
+    EXPECT_EQ(nStyle & 0x0804u, 0x0804u) << "multi-line and read-only";
+    EXPECT_EQ(host.Spec(1029).nStyle & 3u, 3u) << "drop-down list";
+}
+
+TEST(DialogTemplateTest, ProgressTemplateReadsBack) {
+    ExpectControls(IDD_PROGRESS, {{1015, u"EDIT", u""}, {2, u"BUTTON", u"キャンセル"}}, 2);
+}
+
+TEST(DialogTemplateTest, EveryNamedTemplateExists) {
+    for (std::uint16_t nId : {105, 106, 129, 130, 131, 135, 136, 137, 138, 142, 143, 145, 146, 147}) {
+        DialogTemplate dlg;
+        EXPECT_TRUE(ParseDialogTemplate(ResourceModule::Program().Find(rt::kDialog, nId), dlg)) << nId;
+        EXPECT_FALSE(dlg.items.empty()) << nId;
+    }
+    EXPECT_FALSE(ResourceModule::Program().Find(rt::kMenu, 102).empty());
+    EXPECT_FALSE(ResourceModule::Program().Find(rt::kAccelerator, 2).empty());
+}
+
+TEST(DialogTemplateTest, MissingTemplateBuildsNothing) {
+    test::ManualClock clock;
+    HeadlessUiThread ui(clock);
+    MemoryDialogHost host(ui);
+    EXPECT_EQ(CreateControls(ResourceModule::Program(), 4321, host), 0);
+    EXPECT_TRUE(host.ControlIds().empty());
+}
+
+}  // namespace
+}  // namespace vantrel
