@@ -142,6 +142,8 @@ struct FailureCase {
     std::function<void(EmulatorConfig&)> fault;
     std::u16string strMessage;
 };
+void PrintTo(const FailureCase& c, std::ostream* os) { *os << c.pszName; }
+
 
 class AcquisitionFailureTest : public AcquisitionTest, public testing::WithParamInterface<FailureCase> {};
 
@@ -178,6 +180,8 @@ struct SilentCase {
     const char* pszName;
     std::function<void(EmulatorConfig&)> fault;
 };
+void PrintTo(const SilentCase& c, std::ostream* os) { *os << c.pszName; }
+
 
 class AcquisitionCancelTest : public AcquisitionTest, public testing::WithParamInterface<SilentCase> {};
 

@@ -87,6 +87,10 @@ struct DelayCase {
     bool bOneChunk;
 };
 
+void PrintTo(const DelayCase& c, std::ostream* pOut) {
+    *pOut << "delay " << c.nReadDelay << " ms, pieces of " << c.nFragmentBytes << " every " << c.nFragmentPauseMs << " ms";
+}
+
 class ReadDelay : public testing::TestWithParam<DelayCase> {};
 
 TEST_P(ReadDelay, DecidesWhetherACutAnswerArrivesInOneChunk) {

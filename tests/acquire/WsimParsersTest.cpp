@@ -12,6 +12,8 @@ struct CsIdCase {
     bool bOk;
     std::u16string strCsId;
 };
+void PrintTo(const CsIdCase& c, std::ostream* os) { *os << c.pszName; }
+
 
 class ParseCsIdTest : public testing::TestWithParam<CsIdCase> {};
 
@@ -42,6 +44,8 @@ struct SimpleCase {
     bool bOk;
     std::u16string strText;
 };
+void PrintTo(const SimpleCase& c, std::ostream* os) { *os << c.pszName; }
+
 
 class ParseSimpleTest : public testing::TestWithParam<SimpleCase> {};
 
