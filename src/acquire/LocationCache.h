@@ -14,6 +14,7 @@ public:
     using Entry = std::pair<std::u16string, std::u16string>;
 
     bool IsEmpty() const { return m_entries.empty(); }
+    void Clear() { m_entries.clear(); }
     const std::vector<Entry>& Entries() const { return m_entries; }
     // The first entry with this key, or null.
     const Entry* Find(const std::u16string& strKey) const;

@@ -25,6 +25,8 @@ public:
     std::u16string RequestUrl() const;
 
     bool LoadCache(const std::u16string& strPath);
+    // Switches the cache off: forgets every entry held in memory (the file stays).
+    void ClearCache() { m_cache.Clear(); }
     bool SaveCache(const std::u16string& strPath);
 
     // Answers from the cache alone, for the station heard best.

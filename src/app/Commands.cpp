@@ -1,16 +1,26 @@
 #include "app/Commands.h"
 
+#include <memory>
+
 #include "app/CommandLine.h"
-#include "app/Services.h"
+#include "app/WindowlessApp.h"
 #include "location/Location.h"
 #include "location/Placeholders.h"
+#include "port/Clock.h"
+#include "port/Factories.h"
+#include "port/FileSystem.h"
+#include "port/SystemInfo.h"
+#include "port/TextCodec.h"
+#include "settings/ProgramFolder.h"
+#include "settings/Settings.h"
+#include "settings/SettingsProfile.h"
 #include "settings/TextUtil.h"
 
 namespace vantrel {
 
 namespace {
 
-int Expand(const CommandLine& line, Services& services, std::ostream& out, std::ostream& err) {
+int Expand(const CommandLine& line, std::ostream& out, std::ostream& err) {
     Location location;
     if (!location.SetFromText(line.strPosition)) {
         err << "vantrel: '" << Utf16ToUtf8(line.strPosition)
@@ -18,7 +28,8 @@ int Expand(const CommandLine& line, Services& services, std::ostream& out, std::
         return kExitUsage;
     }
     std::u16string strText;
-    if (!ExpandPlaceholders(location, *services.pClock, line.arguments[0], strText)) {
+    const std::unique_ptr<Clock> pClock = CreateSystemClock();
+    if (!ExpandPlaceholders(location, *pClock, line.arguments[0], strText)) {
         err << "vantrel: out of memory\n";
         return kExitFailed;
     }
@@ -26,12 +37,37 @@ int Expand(const CommandLine& line, Services& services, std::ostream& out, std::
     return kExitOk;
 }
 
+// Loads the settings as the program would start with them (--settings, else default.ini in the
+// program folder, else the defaults) and writes them to the file named.
+int SaveSettings(const CommandLine& line, std::ostream& err) {
+    const std::unique_ptr<FileSystem> pFiles = CreateFileSystem();
+    const std::unique_ptr<SystemInfo> pSystem = CreateSystemInfo();
+    const std::u16string strFolder = ProgramFolder(*pSystem, *pFiles);
+    Settings settings(PlatformSettingsProfile(strFolder), *pFiles);
+    if (!line.strSettings.empty() && !settings.Load(line.strSettings)) {
+        err << "vantrel: cannot read the settings file '" << Utf16ToUtf8(line.strSettings) << "'\n";
+        return kExitFailed;
+    }
+    if (line.strSettings.empty()) settings.LoadDefault(strFolder);
+    if (!settings.Save(line.arguments[0])) {
+        err << "vantrel: cannot write the settings file '" << Utf16ToUtf8(line.arguments[0]) << "'\n";
+        return kExitFailed;
+    }
+    return kExitOk;
+}
+
 }  // namespace
 
-int RunCommand(const CommandLine& line, Services& services, std::ostream& out, std::ostream& err) {
-    if (line.strCommand == u"expand") return Expand(line, services, out, err);
-    err << "vantrel: '" << Utf16ToUtf8(line.strCommand) << "' is not available in this build yet\n";
-    return kExitFailed;
+int RunCommand(const CommandLine& line, std::ostream& out, std::ostream& err) {
+    const std::unique_ptr<TextCodec> pCodec = CreateAnsiCodec();
+    SetAnsiCodePage(pCodec.get());
+    int nStatus = kExitOk;
+    if (line.strCommand == u"expand") nStatus = Expand(line, out, err);
+    else if (line.strCommand == u"save-settings") nStatus = SaveSettings(line, err);
+    SetAnsiCodePage(nullptr);
+    if (line.strCommand == u"expand" || line.strCommand == u"save-settings") return nStatus;
+    // Every other command, and the windowless run, is the main form without a window.
+    return WindowlessApp(line, out, err).Run();
 }
 
 }  // namespace vantrel

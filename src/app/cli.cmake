@@ -2,7 +2,7 @@
 add_library(vantrel_cli STATIC
   ${CMAKE_CURRENT_LIST_DIR}/CommandLine.cpp
   ${CMAKE_CURRENT_LIST_DIR}/Commands.cpp)
-target_link_libraries(vantrel_cli PUBLIC vantrel_location vantrel_message vantrel_headless vantrel_platform)
+target_link_libraries(vantrel_cli PUBLIC vantrel_app)
 
 add_executable(vantrel ${CMAKE_CURRENT_LIST_DIR}/main.cpp)
 target_compile_definitions(vantrel PRIVATE VANTREL_VERSION="${PROJECT_VERSION}")

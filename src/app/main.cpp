@@ -5,7 +5,6 @@
 
 #include "app/CommandLine.h"
 #include "app/Commands.h"
-#include "app/Services.h"
 
 int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
@@ -23,6 +22,9 @@ int main(int argc, char** argv) {
         std::cout << "vantrel " VANTREL_VERSION "\n";
         return vantrel::kExitOk;
     }
-    vantrel::Services services;
-    return vantrel::RunCommand(line, services, std::cout, std::cerr);
+    if (line.strCommand.empty() && !line.bWindowless) {
+        // The window comes with the Qt front end; until then the program runs without one.
+        std::cerr << "vantrel: this build has no window yet; running windowless\n";
+    }
+    return vantrel::RunCommand(line, std::cout, std::cerr);
 }

@@ -94,6 +94,13 @@ int MessageFacility::ShowMessage(WindowHandle hOwner, const std::u16string& strT
     return (nFlags & mb::kButtonMask) == 0 ? mb::kIdOk : mb::kIdYes;
 }
 
+void MessageFacility::LogLine(const std::u16string& strText, int nCaptionId) {
+    if (!(Flags() & kLogToFile)) return;
+    const std::u16string strCaption = Caption(nCaptionId);
+    std::lock_guard lock(m_logMutex);
+    AppendToMessageLog(strCaption, strText);
+}
+
 int MessageFacility::ShowMessageId(WindowHandle hOwner, std::uint32_t nTextId, int nCaptionId, std::uint32_t nFlags) {
     DualString strText;
     strText.LoadStringResource(m_resources, nTextId);

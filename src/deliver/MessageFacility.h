@@ -41,6 +41,11 @@ public:
     int ShowMessage(WindowHandle hOwner, const std::u16string& strText, int nCaptionId, std::uint32_t nFlags);
     int ShowMessageId(WindowHandle hOwner, std::uint32_t nTextId, int nCaptionId, std::uint32_t nFlags);
 
+    // A line for the message log only, never a box: written when logging is on. Progress records go
+    // this way; switching the flags to log-only around ShowMessage instead would race the reports
+    // of the serial reader thread.
+    void LogLine(const std::u16string& strText, int nCaptionId);
+
     // Appends strText and "\r\n" to the day's position log "<folder><yyyymmdd>.<suffix>" (no "."
     // and suffix when pszSuffix is null). Returns the bytes written, 0 when nothing was written.
     std::uint32_t WritePositionLog(const std::u16string& strText, const char16_t* pszSuffix,

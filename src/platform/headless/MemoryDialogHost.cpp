@@ -12,7 +12,12 @@ bool InRange(int nRow, std::size_t nCount) { return nRow >= 0 && static_cast<std
 
 }  // namespace
 
-MemoryDialogHost::MemoryDialogHost(UiThread& ui) : m_ui(ui) {}
+MemoryDialogHost::MemoryDialogHost(UiThread& ui, MemoryDialogFactory* pFactory) : m_ui(ui), m_pFactory(pFactory) {}
+
+std::uint64_t MemoryDialogHost::ChangeCount() const {
+    std::lock_guard lock(m_mutex);
+    return m_nChanges;
+}
 
 WindowHandle MemoryDialogHost::Handle() const { return reinterpret_cast<WindowHandle>(this); }
 
@@ -52,6 +57,7 @@ const MemoryDialogHost::Control* MemoryDialogHost::Find(int nId) const {
 void MemoryDialogHost::SetTitle(const std::u16string& strTitle) {
     std::lock_guard lock(m_mutex);
     m_strTitle = strTitle;
+    ++m_nChanges;
 }
 
 void MemoryDialogHost::SetText(int nId, const std::u16string& strText) {
@@ -59,6 +65,7 @@ void MemoryDialogHost::SetText(int nId, const std::u16string& strText) {
     if (Control* p = Find(nId)) {
         p->strText = p->nLimit > 0 && strText.size() > static_cast<std::size_t>(p->nLimit) ? strText.substr(0, p->nLimit) : strText;
         p->bCaretAtEnd = false;
+        ++m_nChanges;
     }
 }
 
@@ -290,7 +297,9 @@ int MemoryDialogHost::RunModal() {
         if (m_bClosed) return m_nEndCode;  // closed while it was being opened
         m_bRunning = true;
     }
+    if (m_pFactory) m_pFactory->m_modals.push_back(this);
     const int nCode = m_ui.RunModal();
+    if (m_pFactory) std::erase(m_pFactory->m_modals, this);
     std::lock_guard lock(m_mutex);
     m_bRunning = false;
     m_bClosed = true;
@@ -356,7 +365,7 @@ int MemoryDialogHost::EndCode() const {
 }
 
 std::unique_ptr<DialogHost> MemoryDialogFactory::CreateDialog(WindowHandle) {
-    return std::make_unique<MemoryDialogHost>(m_ui);
+    return std::make_unique<MemoryDialogHost>(m_ui, this);
 }
 
 }  // namespace vantrel

@@ -7,13 +7,14 @@
 
 namespace vantrel {
 
+class MemoryDialogFactory;
 class UiThread;
 
 // In-memory controls: the windowless program's dialogs and the host the form logic is tested on.
 // Modal runs are nested loops of the given UI thread.
 class MemoryDialogHost final : public DialogHost {
 public:
-    explicit MemoryDialogHost(UiThread& ui);
+    explicit MemoryDialogHost(UiThread& ui, MemoryDialogFactory* pFactory = nullptr);
 
     WindowHandle Handle() const override;
     void SetFrame(const DialogFrame& frame) override;
@@ -72,6 +73,8 @@ public:
     int TextLimit(int nId) const;
     bool IsClosed() const;
     int EndCode() const;
+    // Counts every change of a text or the title: a dialog whose count stands still shows no progress.
+    std::uint64_t ChangeCount() const;
 
 private:
     struct Node {
@@ -102,7 +105,9 @@ private:
     void DeleteSubtree(Control& control, TreeItem item);
 
     UiThread& m_ui;
+    MemoryDialogFactory* m_pFactory;
     mutable std::mutex m_mutex;
+    std::uint64_t m_nChanges = 0;
     DialogFrame m_frame;
     std::u16string m_strTitle;
     std::map<int, Control> m_controls;
@@ -120,8 +125,13 @@ public:
     explicit MemoryDialogFactory(UiThread& ui) : m_ui(ui) {}
     std::unique_ptr<DialogHost> CreateDialog(WindowHandle hOwner) override;
 
+    // The innermost dialog running modally, or null: where a windowless Cancel goes. UI thread only.
+    MemoryDialogHost* ActiveModal() const { return m_modals.empty() ? nullptr : m_modals.back(); }
+
 private:
+    friend class MemoryDialogHost;
     UiThread& m_ui;
+    std::vector<MemoryDialogHost*> m_modals;
 };
 
 }  // namespace vantrel

@@ -1,0 +1,78 @@
+#include "app/PlatformServices.h"
+
+#include "app/CommandLine.h"
+#include "app/MainForm.h"
+#include "port/Clipboard.h"
+#include "port/Clock.h"
+#include "port/Factories.h"
+#include "port/FileSystem.h"
+#include "port/HttpTransport.h"
+#include "port/Interrupts.h"
+#include "port/LibraryLoader.h"
+#include "port/ProcessLauncher.h"
+#include "port/PseudoTerminal.h"
+#include "port/SerialDevice.h"
+#include "port/Sockets.h"
+#include "port/SystemInfo.h"
+#include "port/TextCodec.h"
+#include "port/ThreadPriority.h"
+#include "port/WindowFinder.h"
+#include "settings/ProgramFolder.h"
+#include "settings/ResourceModule.h"
+#include "settings/TextUtil.h"
+
+namespace vantrel {
+
+namespace {
+
+// The code page must be in place before anything converts text, so it is made first.
+std::unique_ptr<TextCodec> InstallCodec() {
+    std::unique_ptr<TextCodec> pCodec = CreateAnsiCodec();
+    SetAnsiCodePage(pCodec.get());
+    return pCodec;
+}
+
+}  // namespace
+
+PlatformServices::PlatformServices(const CommandLine& line, std::ostream& messageSink)
+    : pClock(CreateSystemClock()),
+      pFiles(CreateFileSystem()),
+      pSystem(CreateSystemInfo()),
+      pCodec(InstallCodec()),
+      consoleBoxes(messageSink),
+      messages(*pClock, *pFiles, consoleBoxes, ResourceModule::Program()),
+      strProgramFolder(ProgramFolder(*pSystem, *pFiles)),
+      pPriority(CreateThreadPriority()),
+      resolver(line.strPort, *pSystem),
+      serial{*pClock, messages, *pPriority, [] { return CreateSerialDevice(); }, &resolver},
+      pHttp(CreateHttpTransport(strProgramFolder)),
+      pSockets(CreateSockets()),
+      pLauncher(CreateProcessLauncher()),
+      pWindows(CreateWindowFinder()),
+      pClipboard(CreateClipboard()),
+      pLibraries(CreateLibraryLoader(*pSystem)),
+      pInterrupts(CreateInterrupts()),
+      ui(*pClock),
+      dialogs(ui) {}
+
+PlatformServices::~PlatformServices() {
+    pInterrupts.reset();
+    if (pModule) pModule->Stop();
+    SetAnsiCodePage(nullptr);
+}
+
+bool PlatformServices::StartSimulatedModule() {
+    if (!resolver.IsSimulated()) return true;
+    pModule = std::make_unique<EmulatedModule>(CreatePseudoTerminal());
+    if (!pModule->Start()) return false;
+    resolver.SetSimulatedDevice(Utf8ToUtf16(pModule->DevicePath()));
+    return true;
+}
+
+FormServices PlatformServices::MakeFormServices() {
+    return FormServices{*pClock,     *pFiles,    messages,    ResourceModule::Program(), ui,          dialogs,
+                        serial,      *pHttp,     *pSockets,   *pLauncher,                *pWindows,   *pClipboard,
+                        *pLibraries, strProgramFolder};
+}
+
+}  // namespace vantrel
