@@ -8,13 +8,10 @@ void WsimLog::Error(const std::u16string& strText) { Write(strText, caption::kEr
 
 void WsimLog::Info(const std::u16string& strText) { Write(strText, caption::kConfirm); }
 
+// Log lines of the AT layer go to the message log only, never to a box; the monitor thread writes
+// them while the UI thread may be showing a message, so the flags are left alone.
 void WsimLog::Write(const std::u16string& strText, int nCaptionId) {
-    if (!m_pMessages) return;
-    const std::uint32_t nFlags = m_pMessages->Flags();
-    if (!(nFlags & MessageFacility::kLogToFile)) return;
-    m_pMessages->SetFlags(MessageFacility::kLogToFile);
-    m_pMessages->ShowMessage(0, strText, nCaptionId, 0);
-    m_pMessages->SetFlags(nFlags);
+    if (m_pMessages) m_pMessages->LogLine(strText, nCaptionId);
 }
 
 }  // namespace vantrel
