@@ -145,7 +145,7 @@ private:
     int RunWsimAcquisition(int nMode, std::u16string& strResult);
     int PostProcess(const std::u16string& strRaw);
     bool CurrentUrl(std::u16string& strUrl) const;  // the selected URL row's address
-    bool BuildUrl(std::u16string& strUrl);
+    bool BuildUrl(std::u16string& strUrl);  // warns about what is missing
     HandOffSettings HandOff() const;
     void AppendResult(const std::u16string& strText);
     void PostClose();

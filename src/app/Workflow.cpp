@@ -206,10 +206,23 @@ bool MainForm::CurrentUrl(std::u16string& strUrl) const {
     return !strUrl.empty();
 }
 
+// The selected URL row filled with the position; each missing piece is reported as it is found.
 bool MainForm::BuildUrl(std::u16string& strUrl) {
-    const SettingsList& list = m_settings.UrlList();
-    return m_httpSend.BuildSendUrl(GetLocation(), list.SelectedCell(Settings::kUrlAddress),
-                                   list.SelectedCell(Settings::kUrlTemplate), strUrl);
+    std::u16string strBase;
+    if (!CurrentUrl(strBase)) {
+        m_reporter.Warning(Owner(), IDS_NO_URL);
+        return false;
+    }
+    if (!GetLocation().HasPosition()) {
+        m_reporter.Warning(Owner(), IDS_NO_POSITION);
+        return false;
+    }
+    const std::u16string strTemplate = m_settings.UrlList().SelectedCell(Settings::kUrlTemplate);
+    if (!m_httpSend.BuildSendUrl(GetLocation(), strBase, strTemplate, strUrl)) {
+        m_reporter.Error(Owner(), IDS_SEND_DATA_FAILED);
+        return false;
+    }
+    return true;
 }
 
 HandOffSettings MainForm::HandOff() const {
@@ -257,20 +270,8 @@ int MainForm::SendPosition() {
 int MainForm::SendByBrowser() {
     if (!m_settings.Bool(BoolKey::BrowserSend)) return 1;
     m_reporter.LogProgress(IDS_PROGRESS_BROWSER);
-    std::u16string strBase;
-    if (!CurrentUrl(strBase)) {
-        m_reporter.Warning(Owner(), IDS_NO_URL);
-        return 0;
-    }
-    if (!GetLocation().HasPosition()) {
-        m_reporter.Warning(Owner(), IDS_NO_POSITION);
-        return 0;
-    }
     std::u16string strUrl;
-    if (!BuildUrl(strUrl)) {
-        m_reporter.Error(Owner(), IDS_SEND_DATA_FAILED);
-        return 0;
-    }
+    if (!BuildUrl(strUrl)) return 0;
     const SettingsList& browsers = m_settings.BrowserList();
     if (browsers.HasSelection()) {
         WaitGuard();
@@ -331,20 +332,8 @@ int MainForm::SendByMail() {
 
 int MainForm::SendByHttp() {
     if (!m_settings.Bool(BoolKey::HttpSend)) return 1;
-    std::u16string strBase;
-    if (!CurrentUrl(strBase)) {
-        m_reporter.Warning(Owner(), IDS_NO_URL);
-        return 0;
-    }
-    if (!GetLocation().HasPosition()) {
-        m_reporter.Warning(Owner(), IDS_NO_POSITION);
-        return 0;
-    }
     std::u16string strUrl;
-    if (!BuildUrl(strUrl)) {
-        m_reporter.Error(Owner(), IDS_SEND_DATA_FAILED);
-        return 0;
-    }
+    if (!BuildUrl(strUrl)) return 0;
     if (!EnsureAutoConnect()) return 0;
     const int n = Attempts(m_settings.Bool(BoolKey::RetryHttpSend), m_settings.Number(NumberKey::RetryHttpSendMax));
     for (int i = 0; i < n; ++i) {
