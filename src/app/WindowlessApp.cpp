@@ -63,12 +63,13 @@ int WindowlessApp::Start() {
     m_pMainHost = std::make_unique<MemoryDialogHost>(services.ui);
     m_pForm = std::make_unique<MainForm>(services.MakeFormServices(),
                                          PlatformSettingsProfile(services.strProgramFolder), *m_pMainHost);
-    if (!m_line.strService.empty()) m_pForm->SetServiceUrl(m_line.strService);
     m_pForm->SetResultObserver([this](const std::u16string& strText) { m_out << Utf16ToUtf8(strText) << std::flush; });
     m_pForm->GetReporter().SetProgressEcho(
         [this](const std::u16string& strCaption, const std::u16string& strText) { EchoMessage(strCaption, strText); });
     m_pForm->SetCloseHandler([this] { platform().ui.Quit(kExitOk); });
     const bool bLoaded = m_pForm->OnCreate(m_line.strSettings, m_line.strCommand.empty());
+    // After OnCreate, which loads the service URL of the string table.
+    if (!m_line.strService.empty()) m_pForm->SetServiceUrl(m_line.strService);
     if (!bLoaded && !m_line.strSettings.empty()) {
         m_err << "vantrel: cannot read the settings file '" << Utf16ToUtf8(m_line.strSettings) << "'\n";
         return kExitFailed;
