@@ -61,8 +61,11 @@ bool CheckShape(const CommandLine& line, std::string& strError) {
         strError = "'expand' needs --position TEXT";
         return false;
     }
-    if (line.strCommand != u"expand" && !line.strPosition.empty()) {
-        strError = "--position belongs to 'expand'";
+    // The commands that use a position without acquiring one may be given it.
+    const bool bTakesPosition = line.strCommand == u"expand" || line.strCommand == u"send" ||
+                                line.strCommand == u"copy" || line.strCommand == u"new-mail";
+    if (!bTakesPosition && !line.strPosition.empty()) {
+        strError = "--position belongs to 'expand', 'send', 'copy' and 'new-mail'";
         return false;
     }
     return true;
@@ -107,12 +110,14 @@ std::string UsageText() {
            "  (none)                  the window; with --windowless the start-up run and the\n"
            "                          auto-send timer without a window, until interrupted\n"
            "  acquire                 acquire the position\n"
-           "  send                    send the last position through the enabled channels\n"
+           "  send [--position TEXT]  send the position (TEXT, or the last one acquired)\n"
+           "                          through the enabled channels\n"
            "  acquire-send            acquire, then send\n"
            "  monitor                 watch the position until interrupted\n"
            "  connect                 connect or drop the data line\n"
-           "  copy                    copy the position to the clipboard\n"
-           "  new-mail                open a new mail with the position\n"
+           "  copy [--position TEXT]  copy the position to the clipboard\n"
+           "  new-mail [--position TEXT]\n"
+           "                          open a new mail with the position\n"
            "  save-settings FILE      write the settings to FILE\n"
            "  expand TEMPLATE --position TEXT\n"
            "                          print TEMPLATE expanded for the position TEXT\n"
