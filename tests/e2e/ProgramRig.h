@@ -1,0 +1,134 @@
+#pragma once
+#include <atomic>
+#include <cstdint>
+#include <thread>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "settings/Settings.h"
+#include "support/LoopbackHttpServer.h"
+#include "support/TempDir.h"
+
+namespace vantrel {
+class FileSystem;
+}
+
+namespace vantrel::test {
+
+// The program folder of one run (VANTREL_HOME) with its settings record, a bin folder put first
+// on PATH (fake xdg-open, recording browser), and the clean environment the program runs in.
+class ProgramHome {
+public:
+    ProgramHome();
+    ~ProgramHome();
+
+    // The record written as default.ini by Save(): the Linux defaults made quiet and quick (no
+    // browser, no auto-connect, no connect wait, no POP before SMTP).
+    Settings& GetSettings() { return *m_pSettings; }
+    void Save();
+    // One URL row, selected.
+    void UseUrl(const std::string& strAddress, const std::string& strTemplate = "");
+
+    const std::string& Path() const { return m_dir.Path(); }
+    std::string File(const std::string& strName) const { return m_dir.File(strName); }
+    std::u16string WideFile(const std::string& strName) const { return m_dir.WideFile(strName); }
+    // An executable shell script in the bin folder that appends its arguments, one a line, to
+    // <name>.args in the program folder.
+    std::string AddRecorder(const std::string& strName);
+    std::string RecordedArgs(const std::string& strName, int nTimeoutMs = 5000) const;
+    std::vector<std::string> Environment() const;
+
+    // Files of the folder whose names end with strSuffix (the day files of the logs).
+    std::vector<std::string> FilesEndingWith(const std::string& strFolder, const std::string& strSuffix) const;
+
+private:
+    TempDir m_dir;
+    std::unique_ptr<FileSystem> m_pFiles;
+    std::unique_ptr<Settings> m_pSettings;
+};
+
+// The program run to its end.
+struct ProgramRun {
+    int nExit = -1;
+    std::string strOut;
+    std::string strErr;
+    double dSeconds = 0;
+};
+ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& arguments, int nTimeoutMs = 30000);
+std::unique_ptr<ChildProcess> StartVantrel(const ProgramHome& home, const std::vector<std::string>& arguments);
+
+// The module emulator on its own pseudo-terminal.
+class WsimEmulator {
+public:
+    explicit WsimEmulator(const std::vector<std::string>& options);
+    const std::string& Device() const { return m_strDevice; }
+
+private:
+    ChildProcess m_process;
+    std::string m_strDevice;
+};
+
+// An HTTP server that records every request it gets and answers with a fixed text.
+class RecordingHttpServer {
+public:
+    struct Request {
+        std::string strTarget;
+        std::string strCookie;
+        std::string strCsInfo;
+    };
+    explicit RecordingHttpServer(std::string strAnswer = "accepted");
+    std::vector<Request> Requests();
+    std::string Url(const std::string& strPath) const { return m_server.Url(strPath); }
+    LoopbackHttpServer& Server() { return m_server; }
+
+private:
+    std::mutex m_mutex;
+    std::vector<Request> m_requests;
+    LoopbackHttpServer m_server;
+};
+
+// aiosmtpd storing what it receives as mail1.eml, mail2.eml, ... in a folder of its own.
+class SmtpSink {
+public:
+    SmtpSink();
+    static bool Available();
+    std::uint16_t Port() const { return m_nPort; }
+    bool Ready() const { return m_bReady; }
+    std::vector<std::string> MessagePaths() const;
+    // Subject and text body of a stored message as a mail program decodes them (UTF-8).
+    bool Decode(const std::string& strMessage, std::string& strSubject, std::string& strBody) const;
+
+private:
+    TempDir m_dir;
+    std::uint16_t m_nPort;
+    std::unique_ptr<ChildProcess> m_pProcess;
+    bool m_bReady = false;
+};
+
+// A TCP port on 127.0.0.1 that nobody listens on (a bound socket is closed again).
+std::uint16_t UnusedLoopbackPort();
+bool WaitUntilListening(std::uint16_t nPort, int nTimeoutMs);
+std::string Utf16LeBytes(const std::string& strUtf8);
+std::size_t CountOf(const std::string& strText, const std::string& strPart);
+// A UTF-16LE log file as UTF-8; "(no mark)" in front when it does not start with FF FE.
+std::string ReadUtf16File(const std::string& strPath);
+// A server that accepts connections and closes each at once, before any greeting.
+class ClosingServer {
+public:
+    ClosingServer();
+    ~ClosingServer();
+    std::uint16_t Port() const { return m_nPort; }
+    int Accepted() const { return m_nAccepted; }
+
+private:
+    int m_nSocket = -1;
+    std::uint16_t m_nPort = 0;
+    std::atomic<int> m_nAccepted{0};
+    std::atomic<bool> m_bStop{false};
+    std::thread m_thread;
+};
+
+}  // namespace vantrel::test
