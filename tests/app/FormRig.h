@@ -1,0 +1,216 @@
+#pragma once
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "acquire/EmulatedModule.h"
+#include "acquire/PortResolver.h"
+#include "acquire/SerialPort.h"
+#include "app/MainForm.h"
+#include "deliver/MessageFacility.h"
+#include "platform/headless/HeadlessUiThread.h"
+#include "platform/headless/MemoryDialogHost.h"
+#include "port/Factories.h"
+#include "port/FileSystem.h"
+#include "port/HttpTransport.h"
+#include "port/PseudoTerminal.h"
+#include "port/SerialDevice.h"
+#include "port/Sockets.h"
+#include "port/SystemInfo.h"
+#include "port/ThreadPriority.h"
+#include "resource.h"
+#include "settings/ResourceModule.h"
+#include "settings/Settings.h"
+#include "settings/SettingsProfile.h"
+#include "settings/TextUtil.h"
+#include "support/FakeClipboard.h"
+#include "support/FakeDlgConnectLoader.h"
+#include "support/FakeProcessLauncher.h"
+#include "support/FakeWindowFinder.h"
+#include "support/ManualClock.h"
+#include "support/RecordingMessageBox.h"
+#include "support/TempDir.h"
+
+namespace vantrel::test {
+
+// The main form as the program builds it, over real parts wherever they can run in a test: the
+// emulated module on a real pseudo-terminal behind the real serial channel (on the system clock,
+// whose reader really sleeps), the real message facility writing its log into a temporary program
+// folder, curl and sockets for HTTP and mail. The form and its UI loop run on a manual clock, so
+// timers fire only when the test moves time. Hand-offs, windows, the clipboard and the data-line
+// library are fakes that record what they were asked.
+class FormRig {
+public:
+    static constexpr char16_t kBrowser[] = u"/usr/bin/test-browser";
+
+    explicit FormRig(EmulatorConfig config = EmulatorConfig())
+        : m_module(CreatePseudoTerminal(), std::move(config)) {
+        m_bModule = m_module.Start();
+        m_resolver.SetSimulatedDevice(Utf8ToUtf16(m_module.DevicePath()));
+        m_launcher.m_onStart = [this](const std::u16string& strFile) {
+            if (m_onHandOff) m_onHandOff(strFile);
+        };
+    }
+    ~FormRig() {
+        m_pForm.reset();
+        m_module.Stop();
+    }
+
+    // The settings every case starts from: nothing sent, nothing connected, no waits, every
+    // message logged and shown, simple coordinates from one reading; one URL and one browser.
+    void Baseline(Settings& settings) const {
+        for (BoolKey key : {BoolKey::BrowserSend, BoolKey::MailSend, BoolKey::HttpSend, BoolKey::GmmSend,
+                            BoolKey::AutoConnect, BoolKey::NoMsg, BoolKey::CsidCache, BoolKey::CreateCookie,
+                            BoolKey::StartupAll, BoolKey::SupExit, BoolKey::AutoSend, BoolKey::ExitDisconnect,
+                            BoolKey::OutputPosLogFile, BoolKey::MonChkSend, BoolKey::AutoSendDisconnect})
+            settings.SetBool(key, false);
+        settings.SetBool(BoolKey::LocateEasy, true);
+        settings.SetBool(BoolKey::OutputMsgFile, true);
+        settings.SetNumber(NumberKey::ConnectWait, 0);
+        settings.SetNumber(NumberKey::EpGetCnt, 1);
+        settings.SetText(TextKey::LogFileDir, m_dir.WidePath());
+        settings.SetText(TextKey::PosLogDir, m_dir.WidePath());
+        settings.UrlList().Clear();
+        settings.UrlList().AddRow({u"local", u"http://127.0.0.1:9/send", u"nl=$nl&el=$el"});
+        settings.UrlList().SetSelectedIndex(0);
+        settings.BrowserList().Clear();
+        settings.BrowserList().AddRow({u"test", kBrowser});
+        settings.BrowserList().SetSelectedIndex(0);
+    }
+
+    // Writes default.ini into the program folder (baseline, then edit) and creates the form from
+    // it as the window's creation does. Returns what OnCreate returned.
+    bool Create(const std::function<void(Settings&)>& edit = {}, bool bStartupRun = true) {
+        Settings settings(m_profile, *m_pFiles);
+        Baseline(settings);
+        if (edit) edit(settings);
+        if (!settings.Save(SettingsPath())) return false;
+        return CreateOnly(bStartupRun);
+    }
+    bool CreateOnly(bool bStartupRun = true) {
+        m_pForm = std::make_unique<MainForm>(Services(), m_profile, m_host);
+        m_pForm->SetCloseHandler([this] { ++m_nCloses; });
+        return m_pForm->OnCreate(u"", bStartupRun);
+    }
+
+    MainForm& Form() { return *m_pForm; }
+    Settings& FormSettings() { return m_pForm->GetSettings(); }
+    std::u16string SettingsPath() const { return m_dir.WideFile("default.ini"); }
+
+    // Moves the form's clock and runs whatever became due.
+    void Tick(std::uint32_t nMilliseconds) {
+        m_clock.Advance(nMilliseconds);
+        m_ui.RunPending();
+    }
+    void Command(int nId) { m_host.SendCommand(nId); }
+
+    // The day file of the manual clock's date: "<yyyymmdd>.<suffix>" in the program folder.
+    std::string DayFile(const char* pszSuffix) {
+        const SystemTime now = m_clock.LocalTime();
+        char szName[32];
+        std::snprintf(szName, sizeof szName, "%04d%02d%02d.%s", now.nYear, now.nMonth, now.nDay, pszSuffix);
+        return m_dir.File(szName);
+    }
+    // Today's message log as lines "<caption>:text", the time dropped.
+    std::vector<std::string> LogLines() {
+        const std::string strLog = Utf16ToUtf8(ReadUtf16File(DayFile("log")));
+        std::vector<std::string> lines;
+        std::size_t nStart = 0;
+        while (nStart < strLog.size()) {
+            // A message may hold line breaks of its own; a new line starts with "[hh:mm:ss] ".
+            std::size_t nEnd = strLog.find("\r\n[", nStart);
+            if (nEnd == std::string::npos) nEnd = strLog.size();
+            std::string strLine = strLog.substr(nStart, nEnd - nStart);
+            if (strLine.size() >= 2 && strLine.compare(strLine.size() - 2, 2, "\r\n") == 0) strLine.resize(strLine.size() - 2);
+            const std::size_t nText = strLine.find("] ");
+            lines.push_back(nText == std::string::npos ? strLine : strLine.substr(nText + 2));
+            nStart = nEnd + 2;
+        }
+        return lines;
+    }
+    int LogCount(const std::string& strLine) {
+        int n = 0;
+        for (const std::string& strSeen : LogLines()) n += strSeen == strLine;
+        return n;
+    }
+    // The lines with one of the given captions ("確認", "エラー", ...), in order.
+    std::vector<std::string> LogLinesStartingWith(const std::vector<std::string>& prefixes) {
+        std::vector<std::string> lines;
+        for (const std::string& strLine : LogLines())
+            for (const std::string& strPrefix : prefixes)
+                if (strLine.compare(0, strPrefix.size(), strPrefix) == 0) {
+                    lines.push_back(strLine);
+                    break;
+                }
+        return lines;
+    }
+    int BoxCount(const std::u16string& strText) const {
+        int n = 0;
+        for (const auto& box : m_boxes.Boxes()) n += box.strText == strText;
+        return n;
+    }
+    std::vector<std::string> ModuleCommands() const { return m_module.Commands(); }
+    bool ModuleHeard(const std::string& strCommand) const {
+        for (const std::string& strSeen : m_module.Commands())
+            if (strSeen == strCommand) return true;
+        return false;
+    }
+
+    static std::u16string ReadUtf16File(const std::string& strPath) {
+        const std::string strBytes = ReadFileBytes(strPath);
+        std::u16string strText;
+        for (std::size_t i = 2; i + 1 < strBytes.size(); i += 2)
+            strText.push_back(static_cast<char16_t>(static_cast<unsigned char>(strBytes[i]) |
+                                                    (static_cast<unsigned char>(strBytes[i + 1]) << 8)));
+        return strText;
+    }
+
+    // Polls in real time; false when the condition did not come true within nLimitMs.
+    static bool WaitFor(const std::function<bool()>& condition, int nLimitMs = 10000) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(nLimitMs);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return true;
+    }
+
+    FormServices Services() {
+        return FormServices{m_clock,   *m_pFiles, m_messages, ResourceModule::Program(), m_ui,        m_dialogs,
+                            m_serial,  *m_pHttp,  *m_pSockets, m_launcher,               m_windows,   m_clipboard,
+                            m_libraries, m_dir.WidePath()};
+    }
+
+    TempDir m_dir;  // the program folder: default.ini, cache.txt, cookies.txt, the logs
+    ManualClock m_clock;
+    std::unique_ptr<Clock> m_pSystemClock = CreateSystemClock();
+    std::unique_ptr<FileSystem> m_pFiles = CreateFileSystem();
+    std::unique_ptr<SystemInfo> m_pSystem = CreateSystemInfo();
+    std::unique_ptr<ThreadPriority> m_pPriority = CreateThreadPriority();
+    RecordingMessageBox m_boxes;
+    MessageFacility m_messages{m_clock, *m_pFiles, m_boxes, ResourceModule::Program()};
+    HeadlessUiThread m_ui{m_clock};
+    MemoryDialogFactory m_dialogs{m_ui};
+    MemoryDialogHost m_host{m_ui};
+    EmulatedModule m_module;
+    bool m_bModule = false;
+    PortResolver m_resolver{PortResolver::kSimulated, *m_pSystem};
+    SerialContext m_serial{*m_pSystemClock, m_messages, *m_pPriority, [] { return CreateSerialDevice(); }, &m_resolver};
+    std::unique_ptr<HttpTransport> m_pHttp = CreateHttpTransport(m_dir.WidePath());
+    std::unique_ptr<Sockets> m_pSockets = CreateSockets();
+    std::vector<std::u16string> m_handOffs;  // browser and map starts, in order
+    FakeProcessLauncher m_launcher{HandOffStyle::Desktop, &m_handOffs};
+    FakeWindowFinder m_windows{m_clock};
+    FakeClipboard m_clipboard;
+    FakeDlgConnectLoader m_libraries;
+    SettingsProfile m_profile = LinuxSettingsProfile(m_dir.WidePath());
+    std::function<void(const std::u16string&)> m_onHandOff;  // runs inside a hand-off (mid-send)
+    int m_nCloses = 0;
+    std::unique_ptr<MainForm> m_pForm;
+};
+
+}  // namespace vantrel::test
