@@ -18,6 +18,15 @@ using test::ScriptedMailPeer;
 constexpr char16_t kElsewhere[] = u"N1.2.3.4E5.6.7.8/elsewhere";
 const std::string kPositionQuery = "nl=35.39.29.000&el=139.44.51.000";
 
+std::string Utf16Le(const std::u16string& strText) {
+    std::string strBytes;
+    for (char16_t c : strText) {
+        strBytes.push_back(static_cast<char>(c & 0xff));
+        strBytes.push_back(static_cast<char>(c >> 8));
+    }
+    return strBytes;
+}
+
 std::vector<std::string> Texts(const std::vector<std::u16string>& texts) {
     std::vector<std::string> out;
     for (const std::u16string& strText : texts) out.push_back(Utf16ToUtf8(strText));
@@ -201,6 +210,92 @@ TEST(WorkflowQuestion, OpenLineIsDroppedOnlyWhenTheAnswerAllows) {
         } else {
             EXPECT_EQ(rig.Form().GetLocation().m_strNL, u"35.39.29.000") << c.pszLegend;
         }
+    }
+}
+
+// ---- CS-ID acquisition ----
+
+// A position service on loopback that redirects every lookup to one position, or fails them all.
+class ServiceTarget {
+public:
+    ServiceTarget() {
+        m_server.Server().Get("/loc1/location", [this](const httplib::Request&, httplib::Response& response) {
+            std::lock_guard lock(m_mutex);
+            ++m_nRequests;
+            if (!m_bAnswer) {
+                response.status = 500;
+                return;
+            }
+            response.status = 302;
+            response.set_header("Location", "http://127.0.0.1/map?pos=N35.39.29.157E139.44.58.500");
+        });
+        m_server.Start();
+    }
+    std::u16string Url() const { return m_server.WideUrl("/loc1/location"); }
+    int Requests() {
+        std::lock_guard lock(m_mutex);
+        return m_nRequests;
+    }
+    bool m_bAnswer = true;
+
+private:
+    std::mutex m_mutex;
+    int m_nRequests = 0;
+    test::LoopbackHttpServer m_server;
+};
+
+// CSIDCACHE, station cached, AUTOCONNECT and its result, service answers -> service asked,
+// position found, the error shown, the line connected.
+TEST(WorkflowCsId, CacheThenServiceBehindAutoConnect) {
+    const std::u16string kCsId = u"0A12F3C4/34,0A12F3B8/21";
+    const struct {
+        const char* pszLegend;
+        bool bCache;
+        bool bCached;
+        bool bAutoConnect;
+        int nConnectResult;
+        bool bServiceAnswers;
+        bool bAsked;
+        bool bFound;
+        const char16_t* pszError;
+        int nConnects;
+    } cases[] = {
+        {"cache hit needs neither line nor service", true, true, true, 0, true, false, true, nullptr, 0},
+        {"cache miss: connect, ask, store", true, false, true, 1, true, true, true, nullptr, 1},
+        {"cache miss, auto-connect fails", true, false, true, 0, true, false, false, u"自動接続に失敗しました。", 1},
+        {"no cache: the service fails", false, false, false, 0, false, true, false, u"位置情報の取得に失敗しました。", 0},
+        {"no cache: the service answers", false, false, false, 0, true, true, true, nullptr, 0},
+    };
+    for (const auto& c : cases) {
+        ServiceTarget service;
+        service.m_bAnswer = c.bServiceAnswers;
+        FormRig rig;
+        const std::string kMark("\xff\xfe", 2);
+        test::WriteFileBytes(rig.m_dir.File("cache.txt"),
+                             kMark + Utf16Le(c.bCached ? u"0A12F3C4,pos=N35.39.29.157E139.44.58.500\r\n"
+                                                       : u"99999999,pos=N1.1.1.1E2.2.2.2\r\n"));
+        ASSERT_TRUE(rig.Create([&](Settings& settings) {
+            settings.SetBool(BoolKey::LocateEasy, false);
+            settings.SetBool(BoolKey::CsidCache, c.bCache);
+            settings.SetBool(BoolKey::AutoConnect, c.bAutoConnect);
+        }));
+        rig.Form().SetServiceUrl(service.Url());
+        rig.m_libraries.m_conn.m_nConnectResult = c.nConnectResult;
+        rig.Command(IDC_ACQUIRE);
+        EXPECT_EQ(rig.Form().CsId(), kCsId) << c.pszLegend;
+        EXPECT_EQ(service.Requests() > 0, c.bAsked) << c.pszLegend;
+        EXPECT_EQ(rig.Form().GetLocation().m_strNL, c.bFound ? u"35.39.29.157" : u"") << c.pszLegend;
+        EXPECT_EQ(rig.Form().ResultText(), c.bFound ? kCsId + u"\r\nN35.39.29.157E139.44.58.500\r\n" : u"")
+            << c.pszLegend;
+        EXPECT_EQ(rig.m_libraries.m_conn.Count("Connect"), c.nConnects) << c.pszLegend;
+        if (c.pszError) {
+            EXPECT_EQ(rig.BoxCount(c.pszError), 1) << c.pszLegend;
+        } else {
+            EXPECT_TRUE(rig.m_boxes.Boxes().empty()) << c.pszLegend;
+        }
+        const std::u16string strCache = FormRig::ReadUtf16File(rig.m_dir.File("cache.txt"));
+        EXPECT_EQ(strCache.find(u"0A12F3C4") != std::u16string::npos, c.bCached || (c.bCache && c.bFound))
+            << c.pszLegend << ": a new answer is stored";
     }
 }
 
@@ -414,14 +509,15 @@ TEST(WorkflowMonitor, ChangedReadingsAreShownAndSentOnlyWithMonChkSend) {
 
 // ---- post-processing ----
 
-// POSLOGMAXSIZE -> entries in the day's position log after two acquisitions. An entry of
-// "$nl/$el" is 52 bytes; the mark and the line end are not counted against the limit.
+// Entries already in the day's file, POSLOGMAXSIZE -> entries after one more acquisition. An
+// entry of "$nl/$el" is 52 bytes; the mark and the line end are not counted against the limit.
 TEST(WorkflowPostProcess, PositionLogHonoursItsLimit) {
     const std::u16string kEntry = u"35.39.29.000/139.44.51.000\r\n";
     const struct {
+        int nBefore;
         std::int32_t nLimit;
-        int nEntries;
-    } cases[] = {{0, 2}, {111, 2}, {110, 1}, {53, 1}, {52, 0}};
+        int nAfter;
+    } cases[] = {{1, 0, 2}, {1, 111, 2}, {1, 110, 1}, {0, 53, 1}, {0, 52, 0}};
     for (const auto& c : cases) {
         FormRig rig;
         ASSERT_TRUE(rig.Create([&](Settings& settings) {
@@ -429,10 +525,11 @@ TEST(WorkflowPostProcess, PositionLogHonoursItsLimit) {
             settings.SetText(TextKey::PosLogFormat, u"$nl/$el");
             settings.SetNumber(NumberKey::PosLogMaxSize, c.nLimit);
         }));
+        if (c.nBefore) test::WriteFileBytes(rig.DayFile("pos"), std::string("\xff\xfe", 2) + Utf16Le(kEntry));
         rig.Command(IDC_ACQUIRE);
-        rig.Command(IDC_ACQUIRE);
+        ASSERT_TRUE(rig.Form().GetLocation().HasPosition());
         std::u16string strExpected;
-        for (int i = 0; i < c.nEntries; ++i) strExpected += kEntry;
+        for (int i = 0; i < c.nAfter; ++i) strExpected += kEntry;
         EXPECT_EQ(FormRig::ReadUtf16File(rig.DayFile("pos")), strExpected) << c.nLimit;
     }
 }
