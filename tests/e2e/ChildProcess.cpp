@@ -44,9 +44,13 @@ ChildProcess::ChildProcess(const std::string& strProgram, const std::vector<std:
 }
 
 ChildProcess::~ChildProcess() {
+    // Asked first, so that the emulator and the SMTP server can shut down cleanly.
     if (Wait(0) == -1) {
-        Signal(SIGKILL);
-        Wait(10000);
+        Signal(SIGTERM);
+        if (Wait(3000) == -1) {
+            Signal(SIGKILL);
+            Wait(10000);
+        }
     }
     if (m_reader.joinable()) m_reader.join();
 }
