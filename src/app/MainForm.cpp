@@ -73,7 +73,12 @@ bool MainForm::OnCreate(const std::u16string& strSettingsPath, bool bStartupRun)
     m_bBusy = m_bAcquiring = false;
     if (bStartupRun && m_settings.Bool(BoolKey::StartupAll)) {
         m_bStartupRun = true;
-        m_services.ui.Post([this] { OnCommand(IDC_ACQUIRE_SEND); });
+        // SUPEXIT closes after this run's send only; a run that stopped before sending must not
+        // make a later send close the program.
+        m_services.ui.Post([this] {
+            OnCommand(IDC_ACQUIRE_SEND);
+            m_bStartupRun = false;
+        });
     }
     m_services.ui.SetTimer(timer::kConnectCaption, timer::kCaptionPeriodMs, [this] { OnCaptionTimer(); });
     return bLoaded;
