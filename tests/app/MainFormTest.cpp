@@ -225,6 +225,26 @@ TEST(MainFormStartup, StartupRunAcquiresSendsAndClosesWithSupExit) {
     }
 }
 
+// SUPEXIT closes after the start-up run's send only: a start-up run that stopped before sending
+// (here the user kept the line) must not make a later send close the program.
+TEST(MainFormStartup, SupExitBelongsToTheStartupRunOnly) {
+    FormRig rig;
+    ASSERT_TRUE(rig.Create([](Settings& settings) {
+        settings.SetBool(BoolKey::StartupAll, true);
+        settings.SetBool(BoolKey::SupExit, true);
+        settings.SetBool(BoolKey::GmmSend, true);
+    }));
+    rig.m_libraries.m_conn.m_bUp = true;
+    rig.m_boxes.SetAnswer(mb::kIdNo);
+    rig.m_ui.RunPending();
+    EXPECT_TRUE(rig.ModuleCommands().empty());
+    ASSERT_TRUE(rig.Form().GetLocation().SetFromText(u"N35.39.29.000E139.44.51.000/1"));
+    rig.Command(IDC_SEND);
+    EXPECT_EQ(rig.m_handOffs.size(), 1u);
+    rig.m_ui.RunPending();
+    EXPECT_EQ(rig.m_nCloses, 0);
+}
+
 // A file that cannot be loaded leaves the defaults without applying them: no auto-send timer.
 TEST(MainFormStartup, UnreadableSettingsSkipApplySettings) {
     FormRig rig;  // no default.ini in the program folder
