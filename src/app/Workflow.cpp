@@ -398,7 +398,10 @@ int MainForm::ToggleMonitor() {
         return 1;
     }
     if (m_conn.GetConnection()) {
-        if (m_reporter.Ask(Owner(), IDS_ASK_DISCONNECT) != mb::kIdYes || DropLine() == 2) return 0;
+        if (m_reporter.Ask(Owner(), IDS_ASK_DISCONNECT) != mb::kIdYes) return 0;
+        // Whatever became of the line, the module needs its pause unless the user cancelled.
+        if (m_conn.Disconnect() == 2) return 0;
+        StartGuard();
     }
     WaitGuard();
     if (!StartMonitorSession()) return 0;
