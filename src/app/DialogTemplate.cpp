@@ -160,8 +160,8 @@ int CreateControls(const DialogTemplate& dlg, DialogHost& host) {
     for (const DialogItem& item : dlg.items) {
         const std::u16string strClass = item.strClass.empty() ? PredefinedClassName(item.nClassCode) : item.strClass;
         if (strClass.empty()) continue;
-        ControlSpec spec{item.nId, strClass, item.strText, item.nStyle, item.nExStyle, item.x, item.y, item.cx, item.cy};
-        if (host.CreateControl(spec)) ++nBuilt;
+        ControlSpec control{item.nId, strClass, item.strText, item.nStyle, item.nExStyle, item.x, item.y, item.cx, item.cy};
+        if (host.CreateControl(control)) ++nBuilt;
     }
     return nBuilt;
 }

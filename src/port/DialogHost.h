@@ -40,7 +40,7 @@ public:
 
     virtual WindowHandle Handle() const = 0;
     virtual void SetFrame(const DialogFrame& frame) = 0;
-    virtual bool CreateControl(const ControlSpec& spec) = 0;
+    virtual bool CreateControl(const ControlSpec& control) = 0;
     virtual bool HasControl(int nId) const = 0;
 
     virtual void SetTitle(const std::u16string& strTitle) = 0;

@@ -6,7 +6,7 @@ namespace vantrel {
 
 namespace {
 
-struct Spec {
+struct Directive {
     std::string strFlags;
     int nWidth = -1;
     int nPrecision = -1;
@@ -52,62 +52,62 @@ private:
         return true;
     }
 
-    bool ParseSpec(Spec& spec) {
+    bool ParseDirective(Directive& conv) {
         while (m_nPos < m_strFormat.size() && IsFlag(m_strFormat[m_nPos]))
-            spec.strFlags.push_back(static_cast<char>(m_strFormat[m_nPos++]));
+            conv.strFlags.push_back(static_cast<char>(m_strFormat[m_nPos++]));
         if (m_nPos < m_strFormat.size() && (m_strFormat[m_nPos] == u'*' ||
                                             (m_strFormat[m_nPos] >= u'1' && m_strFormat[m_nPos] <= u'9'))) {
-            if (!ReadNumber(spec.nWidth)) return false;
-            if (spec.nWidth < 0) {  // a negative "*" width means left alignment
-                spec.strFlags.push_back('-');
-                spec.nWidth = -spec.nWidth;
+            if (!ReadNumber(conv.nWidth)) return false;
+            if (conv.nWidth < 0) {  // a negative "*" width means left alignment
+                conv.strFlags.push_back('-');
+                conv.nWidth = -conv.nWidth;
             }
         }
         if (m_nPos < m_strFormat.size() && m_strFormat[m_nPos] == u'.') {
             ++m_nPos;
-            if (!ReadNumber(spec.nPrecision)) return false;
+            if (!ReadNumber(conv.nPrecision)) return false;
         }
-        ParseLength(spec);
+        ParseLength(conv);
         if (m_nPos >= m_strFormat.size()) return false;
         const char16_t cType = m_strFormat[m_nPos++];
         if (cType > 0x7F) return false;
-        spec.cType = static_cast<char>(cType);
+        conv.cType = static_cast<char>(cType);
         return true;
     }
 
-    void ParseLength(Spec& spec) {
+    void ParseLength(Directive& conv) {
         const std::u16string_view rest = m_strFormat.substr(m_nPos);
         if (rest.starts_with(u"ll") || rest.starts_with(u"I64")) {
-            spec.nBits = 64;
+            conv.nBits = 64;
             m_nPos += rest[0] == u'l' ? 2 : 3;
         } else if (rest.starts_with(u"I32")) {
             m_nPos += 3;
         } else if (rest.starts_with(u"l") || rest.starts_with(u"w")) {
             ++m_nPos;  // long is 32 bits on Windows; "w" marks wide text, which %s already is
         } else if (rest.starts_with(u"h")) {
-            spec.nBits = 16;
+            conv.nBits = 16;
             ++m_nPos;
         }
     }
 
     bool Conversion() {
-        Spec spec;
-        if (!ParseSpec(spec)) return false;
-        switch (spec.cType) {
+        Directive conv;
+        if (!ParseDirective(conv)) return false;
+        switch (conv.cType) {
         case '%': m_strOut.push_back(u'%'); return true;
-        case 'd': case 'i': case 'u': case 'x': case 'X': case 'o': return Integer(spec);
-        case 'c': return Character(spec);
-        case 'f': case 'F': case 'e': case 'E': case 'g': case 'G': return Floating(spec);
-        case 's': case 'S': return Text(spec);
+        case 'd': case 'i': case 'u': case 'x': case 'X': case 'o': return Integer(conv);
+        case 'c': return Character(conv);
+        case 'f': case 'F': case 'e': case 'E': case 'g': case 'G': return Floating(conv);
+        case 's': case 'S': return Text(conv);
         default: return false;
         }
     }
 
-    std::string NarrowSpec(const Spec& spec, const char* pszLength) const {
-        std::string strSpec = "%" + spec.strFlags;
-        if (spec.nWidth >= 0) strSpec += std::to_string(spec.nWidth);
-        if (spec.nPrecision >= 0) strSpec += "." + std::to_string(spec.nPrecision);
-        return strSpec + pszLength + spec.cType;
+    std::string NarrowDirective(const Directive& conv, const char* pszLength) const {
+        std::string strSpec = "%" + conv.strFlags;
+        if (conv.nWidth >= 0) strSpec += std::to_string(conv.nWidth);
+        if (conv.nPrecision >= 0) strSpec += "." + std::to_string(conv.nPrecision);
+        return strSpec + pszLength + conv.cType;
     }
 
     template <class T>
@@ -119,56 +119,56 @@ private:
         for (int i = 0; i < nLength; ++i) m_strOut.push_back(static_cast<unsigned char>(strText[i]));
     }
 
-    bool Integer(const Spec& spec) {
+    bool Integer(const Directive& conv) {
         const FormatArg* pArg = NextArg();
         if (!pArg || pArg->GetKind() != FormatArg::Kind::Integer) return false;
         const std::uint64_t nBits = pArg->Bits();
-        const bool bSigned = spec.cType == 'd' || spec.cType == 'i';
-        if (spec.nBits == 64) {
-            if (bSigned) AppendPrintf(NarrowSpec(spec, "ll"), static_cast<long long>(nBits));
-            else AppendPrintf(NarrowSpec(spec, "ll"), static_cast<unsigned long long>(nBits));
-        } else if (spec.nBits == 16) {
-            if (bSigned) AppendPrintf(NarrowSpec(spec, ""), static_cast<int>(static_cast<std::int16_t>(nBits)));
-            else AppendPrintf(NarrowSpec(spec, ""), static_cast<unsigned>(static_cast<std::uint16_t>(nBits)));
+        const bool bSigned = conv.cType == 'd' || conv.cType == 'i';
+        if (conv.nBits == 64) {
+            if (bSigned) AppendPrintf(NarrowDirective(conv, "ll"), static_cast<long long>(nBits));
+            else AppendPrintf(NarrowDirective(conv, "ll"), static_cast<unsigned long long>(nBits));
+        } else if (conv.nBits == 16) {
+            if (bSigned) AppendPrintf(NarrowDirective(conv, ""), static_cast<int>(static_cast<std::int16_t>(nBits)));
+            else AppendPrintf(NarrowDirective(conv, ""), static_cast<unsigned>(static_cast<std::uint16_t>(nBits)));
         } else {
-            if (bSigned) AppendPrintf(NarrowSpec(spec, ""), static_cast<int>(static_cast<std::int32_t>(nBits)));
-            else AppendPrintf(NarrowSpec(spec, ""), static_cast<unsigned>(static_cast<std::uint32_t>(nBits)));
+            if (bSigned) AppendPrintf(NarrowDirective(conv, ""), static_cast<int>(static_cast<std::int32_t>(nBits)));
+            else AppendPrintf(NarrowDirective(conv, ""), static_cast<unsigned>(static_cast<std::uint32_t>(nBits)));
         }
         return true;
     }
 
-    bool Floating(const Spec& spec) {
+    bool Floating(const Directive& conv) {
         const FormatArg* pArg = NextArg();
         if (!pArg || pArg->GetKind() != FormatArg::Kind::Double) return false;
-        AppendPrintf(NarrowSpec(spec, ""), pArg->Double());
+        AppendPrintf(NarrowDirective(conv, ""), pArg->Double());
         return true;
     }
 
-    void Pad(const Spec& spec, std::size_t nLength, bool bBefore) {
-        const bool bLeft = spec.strFlags.find('-') != std::string::npos;
-        if (spec.nWidth > 0 && static_cast<std::size_t>(spec.nWidth) > nLength && bLeft != bBefore)
-            m_strOut.append(static_cast<std::size_t>(spec.nWidth) - nLength, u' ');
+    void Pad(const Directive& conv, std::size_t nLength, bool bBefore) {
+        const bool bLeft = conv.strFlags.find('-') != std::string::npos;
+        if (conv.nWidth > 0 && static_cast<std::size_t>(conv.nWidth) > nLength && bLeft != bBefore)
+            m_strOut.append(static_cast<std::size_t>(conv.nWidth) - nLength, u' ');
     }
 
-    bool Character(const Spec& spec) {
+    bool Character(const Directive& conv) {
         const FormatArg* pArg = NextArg();
         if (!pArg || pArg->GetKind() != FormatArg::Kind::Integer) return false;
-        Pad(spec, 1, true);
+        Pad(conv, 1, true);
         m_strOut.push_back(static_cast<char16_t>(pArg->Bits()));
-        Pad(spec, 1, false);
+        Pad(conv, 1, false);
         return true;
     }
 
-    bool Text(const Spec& spec) {
+    bool Text(const Directive& conv) {
         const FormatArg* pArg = NextArg();
         if (!pArg || pArg->GetKind() != FormatArg::Kind::Text) return false;
         std::u16string_view strText = pArg->Text();
         // The C library stops at a terminator; so does a precision.
         strText = strText.substr(0, strText.find(u'\0'));
-        if (spec.nPrecision >= 0) strText = strText.substr(0, static_cast<std::size_t>(spec.nPrecision));
-        Pad(spec, strText.size(), true);
+        if (conv.nPrecision >= 0) strText = strText.substr(0, static_cast<std::size_t>(conv.nPrecision));
+        Pad(conv, strText.size(), true);
         m_strOut.append(strText);
-        Pad(spec, strText.size(), false);
+        Pad(conv, strText.size(), false);
         return true;
     }
 

@@ -64,10 +64,10 @@ TEST(DialogTemplateTest, UnknownClassCodeIsSkippedAndTheRestBuilt) {
     MemoryDialogHost host(ui);
     EXPECT_EQ(CreateControls(dlg, host), 3);
     EXPECT_EQ(host.ControlIds(), (std::vector<int>{10, 12, 14}));
-    EXPECT_EQ(host.Spec(10).strClass, u"BUTTON");
-    EXPECT_EQ(host.Spec(12).strClass, u"EDIT");
-    EXPECT_EQ(host.Spec(14).strClass, u"COMBOBOX");
-    EXPECT_EQ(host.Spec(12).cx, 56);
+    EXPECT_EQ(host.Description(10).strClass, u"BUTTON");
+    EXPECT_EQ(host.Description(12).strClass, u"EDIT");
+    EXPECT_EQ(host.Description(14).strClass, u"COMBOBOX");
+    EXPECT_EQ(host.Description(12).cx, 56);
 }
 
 TEST(DialogTemplateTest, TruncatedTemplateIsRefused) {
@@ -114,7 +114,7 @@ void ExpectControls(std::uint16_t nTemplate, const std::vector<ControlText>& exp
     EXPECT_EQ(host.Frame().nPointSize, 8);
     for (const ControlText& c : expected) {
         ASSERT_TRUE(host.HasControl(c.nId)) << c.nId;
-        EXPECT_EQ(host.Spec(c.nId).strClass, c.strClass) << c.nId;
+        EXPECT_EQ(host.Description(c.nId).strClass, c.strClass) << c.nId;
         EXPECT_EQ(host.GetText(c.nId), c.strText) << c.nId;
     }
 }
@@ -134,9 +134,9 @@ TEST(DialogTemplateTest, MainFormTemplateReadsBack) {
     CreateControls(ResourceModule::Program(), IDD_MAINFORM, host);
     EXPECT_EQ(host.Frame().cx, 173);
     EXPECT_EQ(host.Frame().cy, 185);
-    const std::uint32_t nStyle = host.Spec(1014).nStyle;
+    const std::uint32_t nStyle = host.Description(1014).nStyle;
     EXPECT_EQ(nStyle & 0x0804u, 0x0804u) << "multi-line and read-only";
-    EXPECT_EQ(host.Spec(1029).nStyle & 3u, 3u) << "drop-down list";
+    EXPECT_EQ(host.Description(1029).nStyle & 3u, 3u) << "drop-down list";
 }
 
 TEST(DialogTemplateTest, ProgressTemplateReadsBack) {

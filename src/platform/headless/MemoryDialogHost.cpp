@@ -27,15 +27,15 @@ void MemoryDialogHost::SetFrame(const DialogFrame& frame) {
     m_strTitle = frame.strTitle;
 }
 
-bool MemoryDialogHost::CreateControl(const ControlSpec& spec) {
+bool MemoryDialogHost::CreateControl(const ControlSpec& description) {
     std::lock_guard lock(m_mutex);
     Control control;
-    control.spec = spec;
-    control.strText = spec.strText;
+    control.description = description;
+    control.strText = description.strText;
     control.tree[0] = Node{};
     // Ids need not be unique in a template (static labels often share -1); the last one wins the id.
-    if (m_controls.count(spec.nId) == 0) m_order.push_back(spec.nId);
-    m_controls[spec.nId] = std::move(control);
+    if (m_controls.count(description.nId) == 0) m_order.push_back(description.nId);
+    m_controls[description.nId] = std::move(control);
     return true;
 }
 
@@ -331,10 +331,10 @@ std::u16string MemoryDialogHost::Title() const {
     return m_strTitle;
 }
 
-ControlSpec MemoryDialogHost::Spec(int nId) const {
+ControlSpec MemoryDialogHost::Description(int nId) const {
     std::lock_guard lock(m_mutex);
     const Control* p = Find(nId);
-    return p ? p->spec : ControlSpec{};
+    return p ? p->description : ControlSpec{};
 }
 
 std::vector<int> MemoryDialogHost::ControlIds() const {

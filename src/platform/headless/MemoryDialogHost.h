@@ -18,7 +18,7 @@ public:
 
     WindowHandle Handle() const override;
     void SetFrame(const DialogFrame& frame) override;
-    bool CreateControl(const ControlSpec& spec) override;
+    bool CreateControl(const ControlSpec& description) override;
     bool HasControl(int nId) const override;
 
     void SetTitle(const std::u16string& strTitle) override;
@@ -67,7 +67,7 @@ public:
 
     DialogFrame Frame() const;
     std::u16string Title() const;
-    ControlSpec Spec(int nId) const;
+    ControlSpec Description(int nId) const;
     std::vector<int> ControlIds() const;  // in creation order
     bool IsCaretAtEnd(int nId) const;
     int TextLimit(int nId) const;
@@ -84,7 +84,7 @@ private:
         std::vector<TreeItem> children;
     };
     struct Control {
-        ControlSpec spec;
+        ControlSpec description;
         std::u16string strText;
         int nLimit = 0;
         bool bCaretAtEnd = false;
