@@ -47,12 +47,18 @@ public:
         return nExit == 0 ? 1 : 0;
     }
 
-    int IsConnected() override { return IsActive() ? 1 : 0; }
+    // Without a connection of our own the line belongs to the system: it exists when the machine
+    // is online, and the program never holds it.
+    int IsConnected() override {
+        if (m_config.strConnection.empty()) return IsSystemOnline() ? 1 : 0;
+        return IsActive() ? 1 : 0;
+    }
     int GetConnection() override { return IsActive() ? 1 : 0; }
 
 private:
     static constexpr int kDownWaitSeconds = 10;
     static constexpr int kQueryWaitSeconds = 5;
+    static constexpr int kNotFound = 127;  // the exit status of a program that could not be started
 
     // nmcli has its own --wait; the extra margin covers its start and its reply.
     static int LimitMs(int nSeconds) { return (nSeconds + 5) * 1000; }
@@ -66,6 +72,15 @@ private:
 
     void Report(const char* pszWhat, int nExit) {
         std::fprintf(stderr, "dlgconnect: %s \"%s\" (exit %d)\n", pszWhat, m_config.strConnection.c_str(), nExit);
+    }
+
+    // NetworkManager's overall state ("connected", "connected (site only)", "disconnected", ...).
+    // A machine without NetworkManager manages its network otherwise and counts as online.
+    bool IsSystemOnline() {
+        std::string strOutput;
+        const int nExit = RunCommand({"nmcli", "-t", "-f", "STATE", "general"}, strOutput, LimitMs(kQueryWaitSeconds));
+        if (nExit == kNotFound) return true;
+        return nExit == 0 && strOutput.rfind("connected", 0) == 0;
     }
 
     bool IsActive() {

@@ -38,6 +38,7 @@ protected:
                              "for last; do :; done\n"
                              "case \"$*\" in\n"
                              "  *'show --active') echo 'Wired connection 1'; cat \"$0.active\" 2>/dev/null ;;\n"
+                             "  *'STATE general') echo \"${FAKE_NM_STATE:-connected}\" ;;\n"
                              "  *' up id '*) printf '%s\\n' \"$last\" | sed 's/[\\\\:]/\\\\&/g' > \"$0.active\" ;;\n"
                              "  *' down id '*) rm -f \"$0.active\" ;;\n"
                              "esac\n");
@@ -108,11 +109,25 @@ TEST_F(DlgConnectPluginTest, FailingNmcliIsAFailure) {
     EXPECT_EQ(m_conn.IsConnected(), 0);
 }
 
-TEST_F(DlgConnectPluginTest, UnconfiguredLibraryRunsNothing) {
-    ASSERT_TRUE(m_conn.Init());
-    EXPECT_EQ(m_conn.Connect(), 0);
-    EXPECT_EQ(m_conn.IsConnected(), 0);
-    EXPECT_EQ(NmcliLog(), "");
+TEST_F(DlgConnectPluginTest, UnconfiguredLineIsTheSystems) {
+    // Legend: NetworkManager's state (empty: no nmcli at all), IsConnected.
+    const struct {
+        const char* pszState;
+        int nConnected;
+    } cases[] = {{"connected", 1}, {"connected (site only)", 1}, {"disconnected", 0}, {"asleep", 0}, {"", 1}};
+    for (const auto& c : cases) {
+        if (*c.pszState) setenv("FAKE_NM_STATE", c.pszState, 1);
+        else setenv("PATH", m_bin.File("none").c_str(), 1);
+        ConnectionManager conn{*m_pLoader, m_messages, Utf8ToUtf16(VANTREL_DLGCONNECT_PATH)};
+        ASSERT_TRUE(conn.Init());
+        EXPECT_EQ(conn.IsConnected(), c.nConnected) << c.pszState;
+        EXPECT_EQ(conn.GetConnection(), 0) << "the program holds no line";
+        EXPECT_EQ(conn.Connect(), 0);
+        EXPECT_EQ(conn.Disconnect(), 0);
+        conn.Release();
+    }
+    unsetenv("FAKE_NM_STATE");
+    EXPECT_EQ(NmcliLog().find(" up "), std::string::npos) << "nothing was brought up";
 }
 
 }  // namespace
