@@ -119,23 +119,5 @@ TEST(Location, ConversionTruncatesBelowAWholeThousandth) {
     EXPECT_GT(dBack + 1.0 / 3600000.0 * 1.0001, wn);
 }
 
-TEST(Location, ConversionNeedsEveryArgument) {
-    const std::int32_t nl[4] = {35, 39, 29, 0}, el[4] = {139, 44, 51, 0};
-    double n = -1, e = -1, wn = -1, we = -1;
-    std::int32_t wnl[4] = {-1}, wel[4] = {-1};
-    EXPECT_FALSE(Location::ConvertTokyoToWgs84(&n, &e, &wn, nullptr, nl, el, wnl, wel));
-    EXPECT_EQ(we, -1);
-    EXPECT_EQ(n, -1);
-    EXPECT_EQ(wnl[0], -1);
-}
-
-TEST(Location, DebugDumpLayout) {
-    Location loc;
-    loc.SetFromText(u"N35.39.29.000E139.44.51.000/1");
-    EXPECT_EQ(loc.DebugDump(),
-              u"[Debug Location]\r\n\t\t\t\t\t   m_dNorth=35.658056, m_dEast=139.747500\r\n\t\t\t\t\t   "
-              u"m_dWNorth=35.661284, m_dWEast=139.744293\r\n\t\t\t\t\t   m_nNL:35.39.29.0, m_nEL:139.44.51.0\r\n");
-}
-
 }  // namespace
 }  // namespace vantrel

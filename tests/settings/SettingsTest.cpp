@@ -255,49 +255,5 @@ TEST_F(SettingsFile, EmptyTitleRowComesBackShifted) {
     EXPECT_EQ(settings.UrlList().Rows(), (std::vector<SettingsList::Row>{{u"u", u"t", u""}}));
 }
 
-TEST_F(SettingsFile, DefaultFileIsInTheProgramFolder) {
-    Settings settings = Defaults();
-    EXPECT_EQ(settings.DefaultFilePath(u"/opt/vantrel"), u"/opt/vantrel/default.ini");
-    EXPECT_EQ(settings.DefaultFilePath(u"/opt/vantrel/"), u"/opt/vantrel/default.ini");
-    EXPECT_FALSE(settings.LoadDefault(m_dir.WidePath()));
-    WriteFileBytes(m_dir.File("default.ini"), Utf16File(u"[vantrel]\r\nGMMSEND=TRUE\r\n"));
-    ASSERT_TRUE(settings.LoadDefault(m_dir.WidePath()));
-    EXPECT_TRUE(settings.Bool(BoolKey::GmmSend));
-    EXPECT_EQ(settings.Path(), Path("default.ini"));
-}
-
-TEST_F(SettingsFile, KeyNamesComeFromTheStringTable) {
-    const Settings settings = Defaults();
-    EXPECT_EQ(settings.KeyName(BoolKey::BrowserSend), u"BROWSERSEND");
-    EXPECT_EQ(settings.KeyName(BoolKey::AutoSendDisconnect), u"AUTOSENDISCONNECT");
-    EXPECT_EQ(settings.KeyName(NumberKey::RetryConnectMax), u"RETRYCONNECTMAX");
-    EXPECT_EQ(settings.KeyName(TextKey::PosLogFormat), u"POSLOGFORMAT");
-}
-
-TEST_F(SettingsFile, LinuxProfileDiffersOnlyInPaths) {
-    const SettingsProfile linuxProfile = LinuxSettingsProfile(u"/home/u/.config/vantrel");
-    EXPECT_EQ(linuxProfile.browserRows, (std::vector<std::vector<std::u16string>>{
-                                     {u"既定のブラウザ", u"/usr/bin/xdg-open"},
-                                     {u"Firefox", u"/usr/bin/firefox"},
-                                     {u"Chromium", u"/usr/bin/chromium"}}));
-    EXPECT_EQ(linuxProfile.strLogFileDir, u"/home/u/.config/vantrel/");
-    EXPECT_EQ(LinuxSettingsProfile(u"/opt/v/").strPosLogDir, u"/opt/v/");
-
-    // Put the Windows paths back and nothing else differs.
-    SettingsProfile restored = linuxProfile;
-    restored.browserRows = m_windows.browserRows;
-    restored.strLogFileDir = m_windows.strLogFileDir;
-    restored.strPosLogDir = m_windows.strPosLogDir;
-    Settings fromLinux(restored, *m_pFileSystem);
-    ASSERT_TRUE(fromLinux.Save(Path("linux.ini")));
-    EXPECT_EQ(FileText("linux.ini"), Utf16ToUtf8(kWindowsDefaultFile));
-
-    Settings settings(linuxProfile, *m_pFileSystem);
-    ASSERT_TRUE(settings.Save(Path("l.ini")));
-    ASSERT_TRUE(settings.Load(Path("l.ini")));
-    EXPECT_EQ(settings.BrowserList().SelectedCell(Settings::kBrowserFile), u"/usr/bin/xdg-open");
-    EXPECT_EQ(settings.Text(TextKey::LogFileDir).Wide(), u"/home/u/.config/vantrel/");
-}
-
 }  // namespace
 }  // namespace vantrel
