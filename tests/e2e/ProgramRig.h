@@ -92,6 +92,4 @@ private:
 
 std::string Utf16LeBytes(const std::string& strUtf8);
 std::size_t CountOf(const std::string& strText, const std::string& strPart);
-// A UTF-16LE log file as UTF-8; "(no mark)" in front when it does not start with FF FE.
-std::string ReadUtf16File(const std::string& strPath);
 }  // namespace vantrel::test

@@ -80,16 +80,7 @@ protected:
     Settings Defaults() const { return Settings(m_windows, *m_pFileSystem); }
     std::u16string Path(const char* pszName) const { return m_dir.WideFile(pszName); }
     std::string Bytes(const char* pszName) const { return ReadFileBytes(m_dir.File(pszName)); }
-    // The file's text after its mark, as UTF-8 so that a failure shows readable lines; "(no mark)"
-    // when the mark is missing.
-    std::string FileText(const char* pszName) const {
-        const std::string strBytes = Bytes(pszName);
-        if (strBytes.size() % 2 != 0 || strBytes.compare(0, 2, kUtf16LeMark, 2) != 0) return "(no mark)";
-        std::u16string strText;
-        for (std::size_t i = 2; i < strBytes.size(); i += 2)
-            strText.push_back(static_cast<char16_t>(static_cast<unsigned char>(strBytes[i]) | (static_cast<unsigned char>(strBytes[i + 1]) << 8)));
-        return Utf16ToUtf8(strText);
-    }
+    std::string FileText(const char* pszName) const { return test::ReadUtf16File(m_dir.File(pszName)); }
     // A record with the defaults, loaded from a file holding the header and the given lines.
     Settings LoadedFrom(std::u16string_view strLines) {
         WriteFileBytes(m_dir.File("in.ini"), Utf16File(u"[vantrel]\r\n" + std::u16string(strLines)));
