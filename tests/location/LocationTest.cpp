@@ -14,17 +14,30 @@ std::uint64_t Bits(double d) {
     return n;
 }
 
-TEST(Location, WorkedExampleMatchesToTheLastBit) {
-    Location loc;
-    ASSERT_TRUE(loc.SetFromText(u"N35.39.29.000E139.44.51.000/1"));
-    EXPECT_EQ(Bits(loc.m_dNorth), Bits(35.658055555555556));
-    EXPECT_EQ(Bits(loc.m_dEast), Bits(139.7475));
-    EXPECT_EQ(Bits(loc.m_dWNorth), Bits(35.66128417685389));
-    EXPECT_EQ(Bits(loc.m_dWEast), Bits(139.74429332279584));
-    const std::int32_t wnl[4] = {35, 39, 40, 623}, wel[4] = {139, 44, 39, 455};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(loc.m_nWNL[i], wnl[i]) << i;
-        EXPECT_EQ(loc.m_nWEL[i], wel[i]) << i;
+// Legend: position text -> the four doubles' bits and the WGS84 parts. The second row is one
+// where summing the datum shift in another order moves the last bit of the north value.
+TEST(Location, WorkedExamplesMatchToTheLastBit) {
+    const struct {
+        const char16_t* pszText;
+        double dNorth, dEast, dWNorth, dWEast;
+        std::int32_t wnl[4], wel[4];
+    } cases[] = {
+        {u"N35.39.29.000E139.44.51.000/1", 35.658055555555556, 139.7475, 35.66128417685389, 139.74429332279584,
+         {35, 39, 40, 623}, {139, 44, 39, 455}},
+        {u"N43.11.04.000E142.07.45.000/1", 43.184444444444445, 142.12916666666666, 43.18690971187778,
+         142.12541570882584, {43, 11, 12, 874}, {142, 7, 31, 496}},
+    };
+    for (const auto& c : cases) {
+        Location loc;
+        ASSERT_TRUE(loc.SetFromText(c.pszText));
+        EXPECT_EQ(Bits(loc.m_dNorth), Bits(c.dNorth)) << c.dNorth;
+        EXPECT_EQ(Bits(loc.m_dEast), Bits(c.dEast)) << c.dEast;
+        EXPECT_EQ(Bits(loc.m_dWNorth), Bits(c.dWNorth)) << c.dWNorth;
+        EXPECT_EQ(Bits(loc.m_dWEast), Bits(c.dWEast)) << c.dWEast;
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_EQ(loc.m_nWNL[i], c.wnl[i]) << i;
+            EXPECT_EQ(loc.m_nWEL[i], c.wel[i]) << i;
+        }
     }
 }
 
