@@ -134,13 +134,5 @@ INSTANTIATE_TEST_SUITE_P(Serial, PortResolution,
                                          ResolveCase{u"", nullptr, u"/dev/ttyS0"},
                                          ResolveCase{u"sim", nullptr, u"sim"}));
 
-TEST(PortResolutionSim, SimulatedPortResolvesToTheEmulatorOnceStarted) {
-    auto pSystem = CreateSystemInfo();
-    PortResolver resolver(u"sim", *pSystem);
-    EXPECT_TRUE(resolver.IsSimulated());
-    resolver.SetSimulatedDevice(u"/dev/pts/7");
-    EXPECT_EQ(resolver.Resolve(u"COM1:"), u"/dev/pts/7");
-}
-
 }  // namespace
 }  // namespace vantrel

@@ -5,17 +5,8 @@
 #include <mutex>
 
 #include "acquire/PositionService.h"
-#include "deliver/HttpClient.h"
-#include "deliver/MessageFacility.h"
-#include "port/Clock.h"
-#include "port/Factories.h"
-#include "port/FileSystem.h"
-#include "port/HttpTransport.h"
-#include "settings/ResourceModule.h"
 #include "settings/TextUtil.h"
-#include "support/LoopbackHttpServer.h"
-#include "support/RecordingMessageBox.h"
-#include "support/TempDir.h"
+#include "support/HttpRig.h"
 
 namespace vantrel {
 namespace {
@@ -25,7 +16,7 @@ std::string Utf16Le(std::u16string_view strText) { return ToUtf16LeBytes(strText
 
 // A position service on loopback: each station id maps to the Location it redirects to; an id it
 // does not know gets 500 without a Location.
-class PositionServiceTest : public testing::Test {
+class PositionServiceTest : public testing::Test, public test::HttpRig {
 protected:
     PositionServiceTest() {
         m_server.Server().Get("/loc1/location", [this](const httplib::Request& request, httplib::Response& response) {
@@ -47,6 +38,7 @@ protected:
         m_service.LoadTemplates(ResourceModule::Program());
         m_service.SetServiceUrl(m_server.WideUrl("/loc1/location"));
     }
+    ~PositionServiceTest() override { m_server.Stop(); }  // its handler uses the members below
     void Answer(const std::string& strId, const std::string& strLocation, const std::string& strBody = "") {
         std::lock_guard lock(m_mutex);
         m_answers[strId] = {strLocation, strBody};
@@ -58,16 +50,8 @@ protected:
     void WriteCache(const std::string& strBytes) { test::WriteFileBytes(m_dir.File("cache.txt"), strBytes); }
     std::u16string CachePath() const { return m_dir.WideFile("cache.txt"); }
 
-    test::TempDir m_dir;
-    std::unique_ptr<Clock> m_pClock = CreateSystemClock();
-    std::unique_ptr<FileSystem> m_pFiles = CreateFileSystem();
-    test::RecordingMessageBox m_boxes;
-    MessageFacility m_messages{*m_pClock, *m_pFiles, m_boxes, ResourceModule::Program()};
-    std::unique_ptr<HttpTransport> m_pTransport = CreateHttpTransport(m_dir.WidePath());
-    HttpClient m_http{*m_pTransport, m_messages, *m_pClock};
     PositionService m_service{m_http, *m_pFiles};
     HttpRoute m_route;
-    test::LoopbackHttpServer m_server;
     std::mutex m_mutex;
     std::map<std::string, std::pair<std::string, std::string>> m_answers;
     std::vector<std::string> m_infos;

@@ -205,23 +205,5 @@ TEST(SerialPortStop, AReaderThatDoesNotStopInTimeIsLeftBehindSafely) {
     std::this_thread::sleep_for(Ms(50));  // the reader sees the invalid handle and ends on its own
 }
 
-TEST(PortResolution, ProgramPortOpensTheEmulatedModule) {
-    EmulatedModule module(CreatePseudoTerminal(), FastModule());
-    ASSERT_TRUE(module.Start());
-    auto pSystem = CreateSystemInfo();
-    PortResolver resolver(u"sim", *pSystem);
-    resolver.SetSimulatedDevice(Utf8ToUtf16(module.DevicePath()));
-    SerialServices services;
-    SerialContext context = services.Context();
-    context.pResolver = &resolver;
-    ChunkCollector collector;
-    SerialPort port(context);
-    port.SetListener(&collector);
-    ASSERT_TRUE(port.Open(PortResolver::kProgramPort));
-    ASSERT_TRUE(test::Send(port, "AT@LBC2\r\n"));
-    EXPECT_TRUE(collector.WaitForEnding("OK\r\n", 3000));
-    EXPECT_TRUE(port.closePort());
-}
-
 }  // namespace
 }  // namespace vantrel

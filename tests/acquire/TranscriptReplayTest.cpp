@@ -10,39 +10,7 @@ namespace {
 using test::Transcript;
 using test::TranscriptStep;
 
-TEST(Transcript, ParsesStepsEscapesAndHeaders) {
-    Transcript transcript;
-    std::string strError;
-    ASSERT_TRUE(Transcript::Parse("# shows: a test\n# expect: csid=\n# free comment: with spaces\n"
-                                  "> AT@K20\\r\\n\n< AT@K20\\r\\r\\n\n= 40\n< \\x7f \\\\\n! hangup\n",
-                                  transcript, strError))
-        << strError;
-    EXPECT_EQ(transcript.Header("shows"), "a test");
-    EXPECT_EQ(transcript.Header("expect"), "csid=");
-    ASSERT_EQ(transcript.Steps().size(), 5u);
-    EXPECT_EQ(transcript.Steps()[2].nMs, 40u);
-    EXPECT_EQ(transcript.Steps()[4].kind, TranscriptStep::Kind::HangUp);
-    EXPECT_EQ(transcript.HostBytes(), "AT@K20\r\n");
-    EXPECT_EQ(transcript.ModuleBytes(), "AT@K20\r\r\n\x7f \\");
-}
-
-// Legend: a malformed transcript and the reason given for it.
-TEST(Transcript, RejectsMalformedText) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"# shows: x\n# expect: y\n< \\q\n", "line 3: bad escape"},
-        {"# shows: x\n# expect: y\n< \\x4\n", "line 3: bad escape"},
-        {"# shows: x\n# expect: y\n= soon\n", "line 3: a pause needs milliseconds"},
-        {"# shows: x\n# expect: y\n* what\n", "line 3: unknown line kind"},
-        {"# shows: x\n< OK\\r\\n\n", "missing \"# shows:\" or \"# expect:\" header"},
-    };
-    for (const auto& [pszText, pszError] : cases) {
-        Transcript transcript;
-        std::string strError;
-        EXPECT_FALSE(Transcript::Parse(pszText, transcript, strError)) << pszText;
-        EXPECT_EQ(strError, pszError) << pszText;
-    }
-}
-
+// Guards the parameterised replays below and in WsimTranscriptTest against an empty list.
 TEST(Transcript, EveryShippedTranscriptLoads) {
     const std::vector<std::string> names = Transcript::ListShipped();
     ASSERT_GE(names.size(), 10u);

@@ -116,12 +116,7 @@ public:
         const SystemTime now = m_pClock->LocalTime();
         char szName[16];
         std::snprintf(szName, sizeof szName, "%04d%02d%02d.log", now.nYear, now.nMonth, now.nDay);
-        const std::string strBytes = ReadFileBytes(m_logDir.File(szName));
-        std::u16string strText;
-        for (std::size_t i = 2; i + 1 < strBytes.size(); i += 2)
-            strText.push_back(static_cast<char16_t>(static_cast<unsigned char>(strBytes[i]) |
-                                                    (static_cast<unsigned char>(strBytes[i + 1]) << 8)));
-        return Utf16ToUtf8(strText);
+        return ReadUtf16File(m_logDir.File(szName));
     }
 
 private:

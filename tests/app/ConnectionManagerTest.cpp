@@ -4,14 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "deliver/MessageFacility.h"
-#include "port/Factories.h"
-#include "port/FileSystem.h"
-#include "port/SystemInfo.h"
-#include "settings/ResourceModule.h"
 #include "settings/TextUtil.h"
-#include "support/ManualClock.h"
-#include "support/RecordingMessageBox.h"
+#include "support/LoaderRig.h"
 #include "support/TempDir.h"
 
 namespace vantrel {
@@ -19,9 +13,9 @@ namespace {
 
 // The fake libraries sit beside this test program and nowhere on the library search path, so
 // loading them by bare name also shows that the program's folder is searched first.
-class ConnectionManagerTest : public ::testing::Test {
+class ConnectionManagerTest : public ::testing::Test, public test::LoaderRig {
 protected:
-    ConnectionManagerTest() : m_messages(m_clock, *m_pFiles, m_boxes, ResourceModule::Program()) {
+    ConnectionManagerTest() {
         m_messages.SetFlags(MessageFacility::kLogToFile | MessageFacility::kShowBoxes);
         m_messages.SetLogFolder(m_dir.WidePath());
     }
@@ -46,12 +40,6 @@ protected:
     std::u16string Folder() const { return m_messages.LogFolder(); }
 
     test::TempDir m_dir;
-    test::ManualClock m_clock;
-    std::unique_ptr<FileSystem> m_pFiles = CreateFileSystem();
-    std::unique_ptr<SystemInfo> m_pSystemInfo = CreateSystemInfo();
-    std::unique_ptr<LibraryLoader> m_pLoader = CreateLibraryLoader(*m_pSystemInfo);
-    test::RecordingMessageBox m_boxes;
-    MessageFacility m_messages;
 };
 
 TEST_F(ConnectionManagerTest, ForwardsToTheObjectAndDeletesIt) {
@@ -99,10 +87,6 @@ TEST_F(ConnectionManagerTest, IncompleteOrMissingLibraries) {
         EXPECT_FALSE(IsLoaded(strBeside)) << Utf16ToUtf8(c.pszLibrary);
     }
     EXPECT_EQ(Calls(u"libfakeconn_createonly.so"), "");
-}
-
-TEST_F(ConnectionManagerTest, DefaultLibraryIsThePlatformsDlgConnect) {
-    EXPECT_EQ(m_pLoader->FileName(u"DlgConnect"), u"libdlgconnect.so");
 }
 
 }  // namespace

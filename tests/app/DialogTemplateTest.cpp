@@ -99,50 +99,6 @@ TEST(DialogTemplateTest, ExtendedTemplateWithClassNameAndCreationData) {
     EXPECT_EQ(dlg.items[1].strText, u"OK");
 }
 
-struct ControlText {
-    int nId;
-    std::u16string strClass;
-    std::u16string strText;
-};
-
-void ExpectControls(std::uint16_t nTemplate, const std::vector<ControlText>& expected, std::size_t nCount) {
-    test::ManualClock clock;
-    HeadlessUiThread ui(clock);
-    MemoryDialogHost host(ui);
-    EXPECT_EQ(CreateControls(ResourceModule::Program(), nTemplate, host), static_cast<int>(nCount));
-    EXPECT_EQ(host.Frame().strFace, u"ＭＳ Ｐゴシック");
-    EXPECT_EQ(host.Frame().nPointSize, 8);
-    for (const ControlText& c : expected) {
-        ASSERT_TRUE(host.HasControl(c.nId)) << c.nId;
-        EXPECT_EQ(host.Description(c.nId).strClass, c.strClass) << c.nId;
-        EXPECT_EQ(host.GetText(c.nId), c.strText) << c.nId;
-    }
-}
-
-TEST(DialogTemplateTest, MainFormTemplateReadsBack) {
-    ExpectControls(IDD_MAINFORM,
-                   {{204, u"STATIC", u"URL"},          {1029, u"COMBOBOX", u""},       {1023, u"BUTTON", u"編集"},
-                    {205, u"STATIC", u"ブラウザ"},     {1030, u"COMBOBOX", u""},       {1031, u"BUTTON", u"編集"},
-                    {1013, u"BUTTON", u"接続"},        {1004, u"BUTTON", u"自動接続"}, {1008, u"BUTTON", u"位置情報取得"},
-                    {1018, u"BUTTON", u"簡易座標で取得"}, {1044, u"BUTTON", u"ブラウザ"}, {1045, u"BUTTON", u"メール"},
-                    {1065, u"BUTTON", u"HTTP"},        {1082, u"BUTTON", u"GMM"},      {1032, u"BUTTON", u"モニタ"},
-                    {1009, u"BUTTON", u"送信"},        {1016, u"BUTTON", u"取得～送信"}, {1014, u"EDIT", u""}},
-                   18);
-    test::ManualClock clock;
-    HeadlessUiThread ui(clock);
-    MemoryDialogHost host(ui);
-    CreateControls(ResourceModule::Program(), IDD_MAINFORM, host);
-    EXPECT_EQ(host.Frame().cx, 173);
-    EXPECT_EQ(host.Frame().cy, 185);
-    const std::uint32_t nStyle = host.Description(1014).nStyle;
-    EXPECT_EQ(nStyle & 0x0804u, 0x0804u) << "multi-line and read-only";
-    EXPECT_EQ(host.Description(1029).nStyle & 3u, 3u) << "drop-down list";
-}
-
-TEST(DialogTemplateTest, ProgressTemplateReadsBack) {
-    ExpectControls(IDD_PROGRESS, {{1015, u"EDIT", u""}, {2, u"BUTTON", u"キャンセル"}}, 2);
-}
-
 TEST(DialogTemplateTest, EveryNamedTemplateExists) {
     for (std::uint16_t nId : {105, 106, 129, 130, 131, 135, 136, 137, 138, 142, 143, 145, 146, 147}) {
         DialogTemplate dlg;

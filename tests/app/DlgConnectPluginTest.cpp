@@ -5,14 +5,8 @@
 #include <cstdlib>
 
 #include "app/ConnectionManager.h"
-#include "deliver/MessageFacility.h"
-#include "port/Factories.h"
-#include "port/FileSystem.h"
-#include "port/SystemInfo.h"
-#include "settings/ResourceModule.h"
 #include "settings/TextUtil.h"
-#include "support/ManualClock.h"
-#include "support/RecordingMessageBox.h"
+#include "support/LoaderRig.h"
 #include "support/TempDir.h"
 
 namespace vantrel {
@@ -21,7 +15,7 @@ namespace {
 // The real libdlgconnect.so against a stand-in nmcli first on the search path: it appends its
 // arguments to nmcli.log, keeps the connection brought up in nmcli.active (escaped as nmcli's terse
 // output escapes it) and fails with FAKE_NMCLI_EXIT when that is set.
-class DlgConnectPluginTest : public ::testing::Test {
+class DlgConnectPluginTest : public ::testing::Test, public test::LoaderRig {
 protected:
     void SetUp() override {
         const char* pszPath = std::getenv("PATH");
@@ -56,12 +50,6 @@ protected:
     test::TempDir m_bin;
     test::TempDir m_home;
     std::string m_strOldPath;
-    test::ManualClock m_clock;
-    std::unique_ptr<FileSystem> m_pFiles = CreateFileSystem();
-    std::unique_ptr<SystemInfo> m_pSystemInfo = CreateSystemInfo();
-    std::unique_ptr<LibraryLoader> m_pLoader = CreateLibraryLoader(*m_pSystemInfo);
-    test::RecordingMessageBox m_boxes;
-    MessageFacility m_messages{m_clock, *m_pFiles, m_boxes, ResourceModule::Program()};
     ConnectionManager m_conn{*m_pLoader, m_messages, Utf8ToUtf16(VANTREL_DLGCONNECT_PATH)};
 };
 

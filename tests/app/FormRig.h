@@ -117,7 +117,7 @@ public:
     }
     // Today's message log as lines "<caption>:text", the time dropped.
     std::vector<std::string> LogLines() {
-        const std::string strLog = Utf16ToUtf8(ReadUtf16File(DayFile("log")));
+        const std::string strLog = ReadUtf16File(DayFile("log"));
         std::vector<std::string> lines;
         std::size_t nStart = 0;
         while (nStart < strLog.size()) {
@@ -158,15 +158,6 @@ public:
         for (const std::string& strSeen : m_module.Commands())
             if (strSeen == strCommand) return true;
         return false;
-    }
-
-    static std::u16string ReadUtf16File(const std::string& strPath) {
-        const std::string strBytes = ReadFileBytes(strPath);
-        std::u16string strText;
-        for (std::size_t i = 2; i + 1 < strBytes.size(); i += 2)
-            strText.push_back(static_cast<char16_t>(static_cast<unsigned char>(strBytes[i]) |
-                                                    (static_cast<unsigned char>(strBytes[i + 1]) << 8)));
-        return strText;
     }
 
     // Polls in real time; false when the condition did not come true within nLimitMs.

@@ -10,27 +10,6 @@
 namespace vantrel {
 namespace {
 
-TEST(HeadlessUiThreadTest, TimerFiresWhenTheManualClockReachesItsPeriod) {
-    test::ManualClock clock;
-    HeadlessUiThread ui(clock);
-    int nFired = 0;
-    ui.SetTimer(101, 60000, [&] { ++nFired; });
-    clock.Advance(59999);
-    ui.RunPending();
-    EXPECT_EQ(nFired, 0);
-    clock.Advance(1);
-    ui.RunPending();
-    EXPECT_EQ(nFired, 1);
-    // A loop that was away for three periods fires once, as a window timer does.
-    clock.Advance(180000);
-    ui.RunPending();
-    EXPECT_EQ(nFired, 2);
-    ui.KillTimer(101);
-    clock.Advance(60000);
-    ui.RunPending();
-    EXPECT_EQ(nFired, 2);
-}
-
 TEST(HeadlessUiThreadTest, TimersKeepTheirOwnPeriodsAndMayResetThemselves) {
     test::ManualClock clock;
     HeadlessUiThread ui(clock);

@@ -67,17 +67,6 @@ TEST(MainFormExchange, StoredIndexOutsideTheListShowsNoSelectionAndIsKept) {
     }
 }
 
-TEST(MainFormExchange, ListRowsShowTheirTitles) {
-    FormRig rig;
-    ASSERT_TRUE(rig.Create([](Settings& settings) { settings.BrowserList().AddRow({u"another", u"/bin/other"}); }));
-    ASSERT_EQ(rig.m_host.ComboCount(IDC_BROWSER_LIST), 2);
-    // The memory host keeps the rows; the first row's title is what the form put in.
-    rig.m_host.ComboSetSel(IDC_BROWSER_LIST, 1);
-    rig.Form().ReadForm();
-    EXPECT_EQ(rig.FormSettings().BrowserList().SelectedIndex(), 1);
-    EXPECT_EQ(rig.FormSettings().BrowserList().SelectedCell(Settings::kBrowserFile), u"/bin/other");
-}
-
 // The box on the form wins over the file for the command that follows, and nothing is saved.
 TEST(MainFormExchange, SimpleCoordinatesCheckedOnTheFormApplyWithoutSaving) {
     FormRig rig;

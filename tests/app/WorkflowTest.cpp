@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "FormRig.h"
-#include "ScriptedMailPeer.h"
+#include "support/ScriptedMailPeer.h"
 #include "support/LoopbackHttpServer.h"
 
 namespace vantrel {
@@ -17,15 +17,6 @@ using test::ScriptedMailPeer;
 
 constexpr char16_t kElsewhere[] = u"N1.2.3.4E5.6.7.8/elsewhere";
 const std::string kPositionQuery = "nl=35.39.29.000&el=139.44.51.000";
-
-std::string Utf16Le(const std::u16string& strText) {
-    std::string strBytes;
-    for (char16_t c : strText) {
-        strBytes.push_back(static_cast<char>(c & 0xff));
-        strBytes.push_back(static_cast<char>(c >> 8));
-    }
-    return strBytes;
-}
 
 std::vector<std::string> Texts(const std::vector<std::u16string>& texts) {
     std::vector<std::string> out;
@@ -272,7 +263,7 @@ TEST(WorkflowCsId, CacheThenServiceBehindAutoConnect) {
         FormRig rig;
         const std::string kMark("\xff\xfe", 2);
         test::WriteFileBytes(rig.m_dir.File("cache.txt"),
-                             kMark + Utf16Le(c.bCached ? u"0A12F3C4,pos=N35.39.29.157E139.44.58.500\r\n"
+                             kMark + ToUtf16LeBytes(c.bCached ? u"0A12F3C4,pos=N35.39.29.157E139.44.58.500\r\n"
                                                        : u"99999999,pos=N1.1.1.1E2.2.2.2\r\n"));
         ASSERT_TRUE(rig.Create([&](Settings& settings) {
             settings.SetBool(BoolKey::LocateEasy, false);
@@ -293,8 +284,8 @@ TEST(WorkflowCsId, CacheThenServiceBehindAutoConnect) {
         } else {
             EXPECT_TRUE(rig.m_boxes.Boxes().empty()) << c.pszLegend;
         }
-        const std::u16string strCache = FormRig::ReadUtf16File(rig.m_dir.File("cache.txt"));
-        EXPECT_EQ(strCache.find(u"0A12F3C4") != std::u16string::npos, c.bCached || (c.bCache && c.bFound))
+        const std::string strCache = test::ReadUtf16File(rig.m_dir.File("cache.txt"));
+        EXPECT_EQ(strCache.find("0A12F3C4") != std::string::npos, c.bCached || (c.bCache && c.bFound))
             << c.pszLegend << ": a new answer is stored";
     }
 }
@@ -525,12 +516,12 @@ TEST(WorkflowPostProcess, PositionLogHonoursItsLimit) {
             settings.SetText(TextKey::PosLogFormat, u"$nl/$el");
             settings.SetNumber(NumberKey::PosLogMaxSize, c.nLimit);
         }));
-        if (c.nBefore) test::WriteFileBytes(rig.DayFile("pos"), std::string("\xff\xfe", 2) + Utf16Le(kEntry));
+        if (c.nBefore) test::WriteFileBytes(rig.DayFile("pos"), std::string("\xff\xfe", 2) + ToUtf16LeBytes(kEntry));
         rig.Command(IDC_ACQUIRE);
         ASSERT_TRUE(rig.Form().GetLocation().HasPosition());
         std::u16string strExpected;
         for (int i = 0; i < c.nAfter; ++i) strExpected += kEntry;
-        EXPECT_EQ(FormRig::ReadUtf16File(rig.DayFile("pos")), strExpected) << c.nLimit;
+        EXPECT_EQ(test::ReadUtf16File(rig.DayFile("pos")), Utf16ToUtf8(strExpected)) << c.nLimit;
     }
 }
 

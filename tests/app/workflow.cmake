@@ -6,6 +6,4 @@ if(NOT TARGET PkgConfig::HTTPLIB)
 endif()
 vantrel_add_test(workflow_tests
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/MainFormTest.cpp ${CMAKE_CURRENT_LIST_DIR}/WorkflowTest.cpp
-          ${PROJECT_SOURCE_DIR}/tests/deliver/ScriptedMailPeer.cpp
   LIBS vantrel_app PkgConfig::HTTPLIB)
-target_include_directories(workflow_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests/deliver)

@@ -6,24 +6,15 @@
 #include <memory>
 #include <mutex>
 
-#include "deliver/HttpClient.h"
-#include "deliver/MessageFacility.h"
-#include "port/Clock.h"
-#include "port/Factories.h"
-#include "port/FileSystem.h"
-#include "port/HttpTransport.h"
-#include "settings/ResourceModule.h"
 #include "settings/TextUtil.h"
-#include "support/LoopbackHttpServer.h"
-#include "support/RecordingMessageBox.h"
-#include "support/TempDir.h"
+#include "support/HttpRig.h"
 
 namespace vantrel {
 namespace {
 
 using namespace std::chrono_literals;
 
-class HttpClientTest : public testing::Test {
+class HttpClientTest : public testing::Test, public test::HttpRig {
 protected:
     // The texts shown, each checked to carry the error caption and icon.
     std::vector<std::u16string> Messages() const {
@@ -38,20 +29,11 @@ protected:
     bool Plain(const std::u16string& strUrl, std::u16string& strBody, const std::u16string& strProxy = u"",
                bool bBypassLocal = false) {
         std::u16string strLocation;
-        return m_client.Fetch(strUrl, true, strProxy, bBypassLocal, u"", u"", strBody, strLocation);
+        return m_http.Fetch(strUrl, true, strProxy, bBypassLocal, u"", u"", strBody, strLocation);
     }
     bool WithHeaders(const std::u16string& strUrl, std::u16string& strBody, std::u16string& strLocation) {
-        return m_client.Fetch(strUrl, true, u"", false, u"X-CS-INFO: %s\r\n", u"11/3", strBody, strLocation);
+        return m_http.Fetch(strUrl, true, u"", false, u"X-CS-INFO: %s\r\n", u"11/3", strBody, strLocation);
     }
-
-    test::TempDir m_dir;
-    std::unique_ptr<Clock> m_pClock = CreateSystemClock();
-    std::unique_ptr<FileSystem> m_pFiles = CreateFileSystem();
-    test::RecordingMessageBox m_boxes;
-    MessageFacility m_messages{*m_pClock, *m_pFiles, m_boxes, ResourceModule::Program()};
-    std::unique_ptr<HttpTransport> m_pTransport = CreateHttpTransport(m_dir.WidePath());
-    HttpClient m_client{*m_pTransport, m_messages, *m_pClock};
-    test::LoopbackHttpServer m_server;
 };
 
 TEST_F(HttpClientTest, RedirectIsTheAnswerAndIsNotFollowed) {
@@ -120,7 +102,7 @@ TEST_F(HttpClientTest, HangingServerEndsThePlainFetchAtTheLimit) {
         released.wait_for(lock, 10s, [&] { return bRelease; });
     });
     m_server.Start();
-    m_client.SetWorkerLimits(300, 20);
+    m_http.SetWorkerLimits(300, 20);
 
     const auto start = std::chrono::steady_clock::now();
     std::u16string strBody;

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "ScriptedMailPeer.h"
+#include "support/ScriptedMailPeer.h"
 #include "deliver/MailClient.h"
 #include "deliver/MailErrorText.h"
 #include "port/Sockets.h"

@@ -11,6 +11,21 @@ namespace {
 
 using namespace test;
 
+TEST(CommandLineRun, ExpandPrintsEveryCoordinateFormAndHelpExitsWithZero) {
+    ProgramHome home;
+    const ProgramRun run = RunVantrel(home, {"expand", "$nl $el $wnl $wel $wnml $weml $nml $eml $pc", "--position",
+                                             "N35.39.29.000E139.44.51.000/1"});
+    EXPECT_EQ(run.nExit, 0) << run.strErr;
+    EXPECT_EQ(run.strOut,
+              "35.39.29.000 139.44.51.000 35.39.40.623 139.44.39.455 35/39/40.623 139/44/39.455 35/39/29.000 "
+              "139/44/51.000 1\n");
+    for (const char* pszOption : {"--help", "--version"}) {
+        const ProgramRun info = RunVantrel(home, {pszOption});
+        EXPECT_EQ(info.nExit, 0) << pszOption;
+        EXPECT_NE((info.strOut + info.strErr).find("vantrel"), std::string::npos) << pszOption;
+    }
+}
+
 TEST(CommandLineRun, UsageErrorsExitWithTwoBeforeTouchingAnything) {
     // Legend: arguments, a piece of the complaint on standard error.
     const struct {
@@ -25,6 +40,7 @@ TEST(CommandLineRun, UsageErrorsExitWithTwoBeforeTouchingAnything) {
         {{"expand", "$nl"}, "'expand' needs --position TEXT"},
         {{"acquire", "--position", "N35.39.29.000E139.44.51.000/1"}, "--position"},
         {{"send", "--position", "somewhere"}, "is not a position text"},
+        {{"expand", "$nl", "--position", "no-slash"}, "is not a position text"},
     };
     ProgramHome home;
     for (const auto& c : cases) {

@@ -77,7 +77,7 @@ TEST(FailingRun, InterruptCancelsAModuleThatNeverAnswers) {
 }
 
 TEST(FailingRun, MailServerHangingUpIsReportedAndFilesStayIntact) {
-    ClosingServer smtp;
+    ScriptedMailPeer smtp({}, {}, true);  // hangs up before its greeting
     ProgramHome home;
     UseMailServer(home, smtp.Port());
     home.GetSettings().SetBool(BoolKey::OutputMsgFile, true);
@@ -87,7 +87,6 @@ TEST(FailingRun, MailServerHangingUpIsReportedAndFilesStayIntact) {
 
     const ProgramRun run = RunVantrel(home, {"--port", "sim", "acquire-send"});
     EXPECT_EQ(run.nExit, 1);
-    EXPECT_GE(smtp.Accepted(), 1);
     EXPECT_NE(run.strErr.find("<エラー>:受信エラーが発生しました。("), std::string::npos) << run.strErr;
     EXPECT_NE(run.strErr.find("<確認>:メール送信に失敗しました。"), std::string::npos) << run.strErr;
     EXPECT_EQ(ReadFileBytes(home.File("default.ini")), strSettings);

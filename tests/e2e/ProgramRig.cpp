@@ -1,17 +1,12 @@
 #include "ProgramRig.h"
 
-#include <arpa/inet.h>
 #include <dirent.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <functional>
-#include <cstdlib>
 #include <thread>
 
 #include "port/Factories.h"
@@ -22,9 +17,6 @@
 namespace vantrel::test {
 
 namespace {
-
-const char kPython[] = "/usr/bin/python3";
-const std::string kSinkDir = VANTREL_MAIL_SINK_DIR;
 
 bool WaitFor(const std::function<bool()>& fnDone, int nTimeoutMs) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(nTimeoutMs);
@@ -144,69 +136,7 @@ std::vector<RecordingHttpServer::Request> RecordingHttpServer::Requests() {
     return m_requests;
 }
 
-SmtpSink::SmtpSink() : m_nPort(UnusedLoopbackPort()) {
-    if (!Available()) return;
-    // No bytecode cache: it would land in the source tree.
-    m_pProcess = std::make_unique<ChildProcess>(
-        kPython,
-        std::vector<std::string>{"-m", "aiosmtpd", "-n", "-l", "127.0.0.1:" + std::to_string(m_nPort), "-c",
-                                 "mail_sink.FileSink", m_dir.Path()},
-        std::vector<std::string>{"PYTHONPATH=" + kSinkDir, "LANG=C.UTF-8", "PYTHONDONTWRITEBYTECODE=1"});
-    m_bReady = WaitUntilListening(m_nPort, 10000);
-}
-
-bool SmtpSink::Available() {
-    static const bool bAvailable =
-        access(kPython, X_OK) == 0 &&
-        std::system((std::string(kPython) + " -c 'import aiosmtpd' >/dev/null 2>&1").c_str()) == 0;
-    return bAvailable;
-}
-
-std::vector<std::string> SmtpSink::MessagePaths() const {
-    std::vector<std::string> paths;
-    for (int i = 1; Exists(m_dir.File("mail" + std::to_string(i) + ".eml")); ++i)
-        paths.push_back(m_dir.File("mail" + std::to_string(i) + ".eml"));
-    return paths;
-}
-
-bool SmtpSink::Decode(const std::string& strMessage, std::string& strSubject, std::string& strBody) const {
-    const std::string strCommand = std::string("PYTHONDONTWRITEBYTECODE=1 ") + kPython + " " + kSinkDir +
-                                   "/mail_sink.py '" + strMessage + "' '" + m_dir.File("subject.txt") + "' '" +
-                                   m_dir.File("body.txt") + "'";
-    if (std::system(strCommand.c_str()) != 0) return false;
-    strSubject = ReadFileBytes(m_dir.File("subject.txt"));
-    strBody = ReadFileBytes(m_dir.File("body.txt"));
-    return true;
-}
-
 // ---- helpers ----
-
-std::uint16_t UnusedLoopbackPort() {
-    const int nSocket = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t nLength = sizeof address;
-    bind(nSocket, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    getsockname(nSocket, reinterpret_cast<sockaddr*>(&address), &nLength);
-    close(nSocket);
-    return ntohs(address.sin_port);
-}
-
-bool WaitUntilListening(std::uint16_t nPort, int nTimeoutMs) {
-    return WaitFor(
-        [nPort] {
-            const int nSocket = socket(AF_INET, SOCK_STREAM, 0);
-            sockaddr_in address{};
-            address.sin_family = AF_INET;
-            address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-            address.sin_port = htons(nPort);
-            const bool bUp = connect(nSocket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-            close(nSocket);
-            return bUp;
-        },
-        nTimeoutMs);
-}
 
 std::string Utf16LeBytes(const std::string& strUtf8) { return ToUtf16LeBytes(Utf8ToUtf16(strUtf8)); }
 
@@ -217,42 +147,5 @@ std::size_t CountOf(const std::string& strText, const std::string& strPart) {
     return nCount;
 }
 
-std::string ReadUtf16File(const std::string& strPath) {
-    const std::string strBytes = ReadFileBytes(strPath);
-    if (strBytes.size() < 2 || strBytes.compare(0, 2, kUtf16LeMark, 2) != 0) return "(no mark)" + strBytes;
-    std::u16string strText;
-    for (std::size_t i = 2; i + 1 < strBytes.size(); i += 2)
-        strText += static_cast<char16_t>(static_cast<unsigned char>(strBytes[i]) |
-                                         static_cast<unsigned char>(strBytes[i + 1]) << 8);
-    return Utf16ToUtf8(strText);
-}
-
-ClosingServer::ClosingServer() {
-    m_nSocket = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t nLength = sizeof address;
-    bind(m_nSocket, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    getsockname(m_nSocket, reinterpret_cast<sockaddr*>(&address), &nLength);
-    m_nPort = ntohs(address.sin_port);
-    listen(m_nSocket, 8);
-    m_thread = std::thread([this] {
-        while (!m_bStop) {
-            pollfd fd{m_nSocket, POLLIN, 0};
-            if (poll(&fd, 1, 100) <= 0) continue;
-            const int nPeer = accept(m_nSocket, nullptr, nullptr);
-            if (nPeer < 0) continue;
-            ++m_nAccepted;
-            close(nPeer);
-        }
-    });
-}
-
-ClosingServer::~ClosingServer() {
-    m_bStop = true;
-    m_thread.join();
-    close(m_nSocket);
-}
 
 }  // namespace vantrel::test

@@ -1,15 +1,15 @@
 #pragma once
-#include <atomic>
 #include <cstdint>
-#include <thread>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "settings/Settings.h"
 #include "support/LoopbackHttpServer.h"
+#include "support/ScriptedMailPeer.h"
+#include "support/SmtpSink.h"
 #include "support/TempDir.h"
 
 namespace vantrel {
@@ -90,45 +90,6 @@ private:
     LoopbackHttpServer m_server;
 };
 
-// aiosmtpd storing what it receives as mail1.eml, mail2.eml, ... in a folder of its own.
-class SmtpSink {
-public:
-    SmtpSink();
-    static bool Available();
-    std::uint16_t Port() const { return m_nPort; }
-    bool Ready() const { return m_bReady; }
-    std::vector<std::string> MessagePaths() const;
-    // Subject and text body of a stored message as a mail program decodes them (UTF-8).
-    bool Decode(const std::string& strMessage, std::string& strSubject, std::string& strBody) const;
-
-private:
-    TempDir m_dir;
-    std::uint16_t m_nPort;
-    std::unique_ptr<ChildProcess> m_pProcess;
-    bool m_bReady = false;
-};
-
-// A TCP port on 127.0.0.1 that nobody listens on (a bound socket is closed again).
-std::uint16_t UnusedLoopbackPort();
-bool WaitUntilListening(std::uint16_t nPort, int nTimeoutMs);
 std::string Utf16LeBytes(const std::string& strUtf8);
 std::size_t CountOf(const std::string& strText, const std::string& strPart);
-// A UTF-16LE log file as UTF-8; "(no mark)" in front when it does not start with FF FE.
-std::string ReadUtf16File(const std::string& strPath);
-// A server that accepts connections and closes each at once, before any greeting.
-class ClosingServer {
-public:
-    ClosingServer();
-    ~ClosingServer();
-    std::uint16_t Port() const { return m_nPort; }
-    int Accepted() const { return m_nAccepted; }
-
-private:
-    int m_nSocket = -1;
-    std::uint16_t m_nPort = 0;
-    std::atomic<int> m_nAccepted{0};
-    std::atomic<bool> m_bStop{false};
-    std::thread m_thread;
-};
-
 }  // namespace vantrel::test

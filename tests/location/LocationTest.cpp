@@ -14,17 +14,30 @@ std::uint64_t Bits(double d) {
     return n;
 }
 
-TEST(Location, WorkedExampleMatchesToTheLastBit) {
-    Location loc;
-    ASSERT_TRUE(loc.SetFromText(u"N35.39.29.000E139.44.51.000/1"));
-    EXPECT_EQ(Bits(loc.m_dNorth), Bits(35.658055555555556));
-    EXPECT_EQ(Bits(loc.m_dEast), Bits(139.7475));
-    EXPECT_EQ(Bits(loc.m_dWNorth), Bits(35.66128417685389));
-    EXPECT_EQ(Bits(loc.m_dWEast), Bits(139.74429332279584));
-    const std::int32_t wnl[4] = {35, 39, 40, 623}, wel[4] = {139, 44, 39, 455};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(loc.m_nWNL[i], wnl[i]) << i;
-        EXPECT_EQ(loc.m_nWEL[i], wel[i]) << i;
+// Legend: position text -> the four doubles' bits and the WGS84 parts. The second row is one
+// where summing the datum shift in another order moves the last bit of the north value.
+TEST(Location, WorkedExamplesMatchToTheLastBit) {
+    const struct {
+        const char16_t* pszText;
+        double dNorth, dEast, dWNorth, dWEast;
+        std::int32_t wnl[4], wel[4];
+    } cases[] = {
+        {u"N35.39.29.000E139.44.51.000/1", 35.658055555555556, 139.7475, 35.66128417685389, 139.74429332279584,
+         {35, 39, 40, 623}, {139, 44, 39, 455}},
+        {u"N43.11.04.000E142.07.45.000/1", 43.184444444444445, 142.12916666666666, 43.18690971187778,
+         142.12541570882584, {43, 11, 12, 874}, {142, 7, 31, 496}},
+    };
+    for (const auto& c : cases) {
+        Location loc;
+        ASSERT_TRUE(loc.SetFromText(c.pszText));
+        EXPECT_EQ(Bits(loc.m_dNorth), Bits(c.dNorth)) << c.dNorth;
+        EXPECT_EQ(Bits(loc.m_dEast), Bits(c.dEast)) << c.dEast;
+        EXPECT_EQ(Bits(loc.m_dWNorth), Bits(c.dWNorth)) << c.dWNorth;
+        EXPECT_EQ(Bits(loc.m_dWEast), Bits(c.dWEast)) << c.dWEast;
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_EQ(loc.m_nWNL[i], c.wnl[i]) << i;
+            EXPECT_EQ(loc.m_nWEL[i], c.wel[i]) << i;
+        }
     }
 }
 
@@ -117,24 +130,6 @@ TEST(Location, ConversionTruncatesBelowAWholeThousandth) {
     const double dBack = Location::ToDecimal(wnl);
     EXPECT_LE(dBack, wn);
     EXPECT_GT(dBack + 1.0 / 3600000.0 * 1.0001, wn);
-}
-
-TEST(Location, ConversionNeedsEveryArgument) {
-    const std::int32_t nl[4] = {35, 39, 29, 0}, el[4] = {139, 44, 51, 0};
-    double n = -1, e = -1, wn = -1, we = -1;
-    std::int32_t wnl[4] = {-1}, wel[4] = {-1};
-    EXPECT_FALSE(Location::ConvertTokyoToWgs84(&n, &e, &wn, nullptr, nl, el, wnl, wel));
-    EXPECT_EQ(we, -1);
-    EXPECT_EQ(n, -1);
-    EXPECT_EQ(wnl[0], -1);
-}
-
-TEST(Location, DebugDumpLayout) {
-    Location loc;
-    loc.SetFromText(u"N35.39.29.000E139.44.51.000/1");
-    EXPECT_EQ(loc.DebugDump(),
-              u"[Debug Location]\r\n\t\t\t\t\t   m_dNorth=35.658056, m_dEast=139.747500\r\n\t\t\t\t\t   "
-              u"m_dWNorth=35.661284, m_dWEast=139.744293\r\n\t\t\t\t\t   m_nNL:35.39.29.0, m_nEL:139.44.51.0\r\n");
 }
 
 }  // namespace

@@ -51,12 +51,6 @@ TEST(DualString, AppendRefreshesBothForms) {
     EXPECT_EQ(s.Narrow(), "URL;\x8C\x6F\x93\x78");
 }
 
-TEST(DualString, EqualityIsExact) {
-    EXPECT_TRUE(DualString(u"TRUE") == DualString(u"TRUE"));
-    EXPECT_FALSE(DualString(u"TRUE") == DualString(u"true"));
-    EXPECT_FALSE(DualString(u"TRUE") == DualString(u"TRUE "));
-}
-
 TEST(DualString, FormatReplacesBothForms) {
     DualString s(u"old");
     s.Format(u"%s%d", u"経度", 7);

@@ -80,16 +80,7 @@ protected:
     Settings Defaults() const { return Settings(m_windows, *m_pFileSystem); }
     std::u16string Path(const char* pszName) const { return m_dir.WideFile(pszName); }
     std::string Bytes(const char* pszName) const { return ReadFileBytes(m_dir.File(pszName)); }
-    // The file's text after its mark, as UTF-8 so that a failure shows readable lines; "(no mark)"
-    // when the mark is missing.
-    std::string FileText(const char* pszName) const {
-        const std::string strBytes = Bytes(pszName);
-        if (strBytes.size() % 2 != 0 || strBytes.compare(0, 2, kUtf16LeMark, 2) != 0) return "(no mark)";
-        std::u16string strText;
-        for (std::size_t i = 2; i < strBytes.size(); i += 2)
-            strText.push_back(static_cast<char16_t>(static_cast<unsigned char>(strBytes[i]) | (static_cast<unsigned char>(strBytes[i + 1]) << 8)));
-        return Utf16ToUtf8(strText);
-    }
+    std::string FileText(const char* pszName) const { return test::ReadUtf16File(m_dir.File(pszName)); }
     // A record with the defaults, loaded from a file holding the header and the given lines.
     Settings LoadedFrom(std::u16string_view strLines) {
         WriteFileBytes(m_dir.File("in.ini"), Utf16File(u"[vantrel]\r\n" + std::u16string(strLines)));
@@ -253,50 +244,6 @@ TEST_F(SettingsFile, EmptyTitleRowComesBackShifted) {
     EXPECT_NE(Bytes("s.ini").find(ToUtf16LeBytes(u"\r\nURL0=u;t\r\nBROWSERINDEX=")), std::string::npos);
     ASSERT_TRUE(settings.Load(Path("s.ini")));
     EXPECT_EQ(settings.UrlList().Rows(), (std::vector<SettingsList::Row>{{u"u", u"t", u""}}));
-}
-
-TEST_F(SettingsFile, DefaultFileIsInTheProgramFolder) {
-    Settings settings = Defaults();
-    EXPECT_EQ(settings.DefaultFilePath(u"/opt/vantrel"), u"/opt/vantrel/default.ini");
-    EXPECT_EQ(settings.DefaultFilePath(u"/opt/vantrel/"), u"/opt/vantrel/default.ini");
-    EXPECT_FALSE(settings.LoadDefault(m_dir.WidePath()));
-    WriteFileBytes(m_dir.File("default.ini"), Utf16File(u"[vantrel]\r\nGMMSEND=TRUE\r\n"));
-    ASSERT_TRUE(settings.LoadDefault(m_dir.WidePath()));
-    EXPECT_TRUE(settings.Bool(BoolKey::GmmSend));
-    EXPECT_EQ(settings.Path(), Path("default.ini"));
-}
-
-TEST_F(SettingsFile, KeyNamesComeFromTheStringTable) {
-    const Settings settings = Defaults();
-    EXPECT_EQ(settings.KeyName(BoolKey::BrowserSend), u"BROWSERSEND");
-    EXPECT_EQ(settings.KeyName(BoolKey::AutoSendDisconnect), u"AUTOSENDISCONNECT");
-    EXPECT_EQ(settings.KeyName(NumberKey::RetryConnectMax), u"RETRYCONNECTMAX");
-    EXPECT_EQ(settings.KeyName(TextKey::PosLogFormat), u"POSLOGFORMAT");
-}
-
-TEST_F(SettingsFile, LinuxProfileDiffersOnlyInPaths) {
-    const SettingsProfile linuxProfile = LinuxSettingsProfile(u"/home/u/.config/vantrel");
-    EXPECT_EQ(linuxProfile.browserRows, (std::vector<std::vector<std::u16string>>{
-                                     {u"既定のブラウザ", u"/usr/bin/xdg-open"},
-                                     {u"Firefox", u"/usr/bin/firefox"},
-                                     {u"Chromium", u"/usr/bin/chromium"}}));
-    EXPECT_EQ(linuxProfile.strLogFileDir, u"/home/u/.config/vantrel/");
-    EXPECT_EQ(LinuxSettingsProfile(u"/opt/v/").strPosLogDir, u"/opt/v/");
-
-    // Put the Windows paths back and nothing else differs.
-    SettingsProfile restored = linuxProfile;
-    restored.browserRows = m_windows.browserRows;
-    restored.strLogFileDir = m_windows.strLogFileDir;
-    restored.strPosLogDir = m_windows.strPosLogDir;
-    Settings fromLinux(restored, *m_pFileSystem);
-    ASSERT_TRUE(fromLinux.Save(Path("linux.ini")));
-    EXPECT_EQ(FileText("linux.ini"), Utf16ToUtf8(kWindowsDefaultFile));
-
-    Settings settings(linuxProfile, *m_pFileSystem);
-    ASSERT_TRUE(settings.Save(Path("l.ini")));
-    ASSERT_TRUE(settings.Load(Path("l.ini")));
-    EXPECT_EQ(settings.BrowserList().SelectedCell(Settings::kBrowserFile), u"/usr/bin/xdg-open");
-    EXPECT_EQ(settings.Text(TextKey::LogFileDir).Wide(), u"/home/u/.config/vantrel/");
 }
 
 }  // namespace

@@ -35,4 +35,14 @@ void WriteFileBytes(const std::string& strPath, const std::string& strBytes) {
     out.write(strBytes.data(), static_cast<std::streamsize>(strBytes.size()));
 }
 
+std::string ReadUtf16File(const std::string& strPath) {
+    const std::string strBytes = ReadFileBytes(strPath);
+    if (strBytes.compare(0, 2, kUtf16LeMark, 2) != 0) return "(no mark)" + strBytes;
+    std::u16string strText;
+    for (std::size_t i = 2; i + 1 < strBytes.size(); i += 2)
+        strText += static_cast<char16_t>(static_cast<unsigned char>(strBytes[i]) |
+                                         static_cast<unsigned char>(strBytes[i + 1]) << 8);
+    return Utf16ToUtf8(strText);
+}
+
 }  // namespace vantrel::test

@@ -24,5 +24,8 @@ private:
 // Whole-file helpers for fixtures.
 std::string ReadFileBytes(const std::string& strPath);
 void WriteFileBytes(const std::string& strPath, const std::string& strBytes);
+// The text of a UTF-16LE file (logs, cache, settings) as UTF-8; "(no mark)" in front of the
+// bytes when it does not start with FF FE.
+std::string ReadUtf16File(const std::string& strPath);
 
 }  // namespace vantrel::test

@@ -50,5 +50,7 @@ private:
 
 // A port on 127.0.0.1 with nobody listening (bound once, then released).
 std::uint16_t UnusedLoopbackPort();
+// True once something accepts connections on the port, polling for at most nTimeoutMs.
+bool WaitUntilListening(std::uint16_t nPort, int nTimeoutMs);
 
 }  // namespace vantrel::test
