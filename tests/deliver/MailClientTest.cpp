@@ -167,6 +167,7 @@ TEST_F(MailClientTest, FailuresStopAtTheRightStep) {
     };
     const std::vector<Case> cases = {
         {"refusing greeting", {"554 No service\r\n"}, {}, false, 8, "", u"ConnectHost(): LINE="},
+        {"busy greeting (4xx)", {"421 Try later\r\n"}, {}, false, 8, "", u"ConnectHost(): LINE="},
         {"EHLO answer too short", {"220 ok\r\n"}, {ScriptedMailPeer::Reply("25\n")}, false, 7,
          "EHLO handset\r\nRSET\r\n", u"send RSET: LINE="},
         {"closes before greeting", {}, {}, true, 7, "", u"ConnectHost(): LINE="},
