@@ -143,6 +143,7 @@ QWidget* MakeTextEdit(const ControlSpec& spec, QWidget* pParent) {
     // Without horizontal scrolling a multi-line edit wraps its lines at the control's width.
     const bool bWrap = !(spec.nStyle & (kEsAutoHScroll | ws::kHScroll));
     p->setLineWrapMode(bWrap ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
+    p->setTabChangesFocus(true);  // in a dialog Tab moves on, as the dialog manager does
     return p;
 }
 

@@ -185,6 +185,7 @@ bool QtDialogHost::CreateControl(const ControlSpec& spec) {
     Control& control = m_controls.emplace_back();
     control.spec = spec;
     control.kind = *kind;
+    control.nIndex = m_controls.size() - 1;
     control.pWidget = MakeControlWidget(*kind, spec, m_pSurface);
     QWidget* pWidget = control.pWidget;
     pWidget->setObjectName(QString::number(spec.nId));
@@ -313,7 +314,7 @@ bool QtDialogHost::OnArrow(const Control& control, int nKey) {
     if ((nKey == Qt::Key_Right || nKey == Qt::Key_Left) && !UsesHorizontalArrows(control.kind)) nStep = nKey == Qt::Key_Right ? 1 : -1;
     if (nStep == 0) return false;
     const int nCount = static_cast<int>(m_controls.size());
-    int nAt = static_cast<int>(&control - &m_controls.front());
+    int nAt = static_cast<int>(control.nIndex);
     for (int i = 0; i < nCount; ++i) {
         nAt = (nAt + nStep + nCount) % nCount;
         QWidget* pWidget = m_controls[static_cast<std::size_t>(nAt)].pWidget;
@@ -373,11 +374,11 @@ void QtDialogHost::SetText(int nId, const std::u16string& strText) {
     case ControlKind::Label: static_cast<QLabel*>(p->pWidget)->setText(ToQt(str)); break;
     case ControlKind::LineEdit: static_cast<QLineEdit*>(p->pWidget)->setText(ToQt(str)); break;
     case ControlKind::TextEdit: static_cast<QPlainTextEdit*>(p->pWidget)->setPlainText(ToWidgetLines(str)); break;
-    case ControlKind::ComboBox: {
-        auto* pCombo = static_cast<QComboBox*>(p->pWidget);
-        if (pCombo->isEditable()) pCombo->setEditText(ToQt(str));
+    case ControlKind::ComboBox:
+        // A drop-down list keeps the text apart from its rows, as the in-memory host does.
+        if (auto* pCombo = static_cast<QComboBox*>(p->pWidget); pCombo->isEditable()) pCombo->setEditText(ToQt(str));
+        else p->strText = str;
         break;
-    }
     default: p->strText = str; break;
     }
     if (HasOwnCaption(p->kind)) {
@@ -398,7 +399,10 @@ std::u16string QtDialogHost::GetText(int nId) const {
     case ControlKind::Label: return FromQt(static_cast<QLabel*>(p->pWidget)->text());
     case ControlKind::LineEdit: return FromQt(static_cast<QLineEdit*>(p->pWidget)->text());
     case ControlKind::TextEdit: return FromWidgetLines(static_cast<QPlainTextEdit*>(p->pWidget)->toPlainText());
-    case ControlKind::ComboBox: return FromQt(static_cast<QComboBox*>(p->pWidget)->currentText());
+    case ControlKind::ComboBox: {
+        const auto* pCombo = static_cast<const QComboBox*>(p->pWidget);
+        return pCombo->isEditable() ? FromQt(pCombo->currentText()) : p->strText;
+    }
     default: return p->strText;
     }
 }

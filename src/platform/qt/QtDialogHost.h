@@ -102,6 +102,7 @@ private:
     struct Control {
         ControlSpec spec;
         ControlKind kind = ControlKind::Label;
+        std::size_t nIndex = 0;      // in template order
         QWidget* pWidget = nullptr;  // a child of the surface
         const Control* pLabel = nullptr;
         int nLimit = 0;

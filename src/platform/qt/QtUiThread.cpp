@@ -77,7 +77,22 @@ int QtUiThread::RunModal(RunId* pnRun) {
     return RunLoop(m_frames.insert(m_frames.end(), Frame{nRun}));
 }
 
-int QtUiThread::Run() { return RunLoop(m_frames.insert(m_frames.begin(), Frame{m_nNextRun++, false})); }
+// The main run is the application's own loop, so that QCoreApplication::quit and aboutToQuit
+// work as everywhere in Qt.
+int QtUiThread::Run() {
+    const auto itFrame = m_frames.insert(m_frames.begin(), Frame{m_nNextRun++, false});
+    if (!m_bQuit) {
+        m_bInExec = true;
+        const int nLoopCode = QCoreApplication::exec();
+        m_bInExec = false;
+        if (!m_bQuit) {
+            m_bQuit = true;
+            m_nExitCode = nLoopCode;
+        }
+    }
+    m_frames.erase(itFrame);
+    return m_nExitCode;
+}
 
 int QtUiThread::RunLoop(std::list<Frame>::iterator itFrame) {
     if (!m_bQuit) {
@@ -126,6 +141,7 @@ void QtUiThread::Quit(int nExitCode) {
     m_nExitCode = nExitCode;
     for (Frame& frame : m_frames)
         if (frame.pLoop) frame.pLoop->exit(nExitCode);
+    if (m_bInExec) QCoreApplication::exit(nExitCode);
 }
 
 }  // namespace vantrel

@@ -19,9 +19,10 @@ namespace vantrel {
 // Timers are Qt timers by id: a period below 10 ms is raised to 10 ms (the window-timer minimum),
 // and a loop that comes late fires a timer once. Every modal run is a nested event loop, so paint,
 // input, posted closures and timers all go on while it runs. A Quit ends every modal run with the
-// quit code and ends Run; a run started after the Quit returns the quit code at once. An event
-// loop ended from outside (QCoreApplication::exit, which Qt calls when the last window closes
-// unless told not to) counts as a Quit with its code.
+// quit code and ends Run; a run started after the Quit returns the quit code at once. Run is the
+// application's own loop (QCoreApplication::exec), so call it instead of exec; a loop ended from
+// outside (QCoreApplication::exit, which Qt calls when the last window closes unless told not to)
+// counts as a Quit with its code.
 class QtUiThread final : public UiThread {
 public:
     QtUiThread();
@@ -67,6 +68,7 @@ private:
     std::map<std::uint32_t, Timer> m_timers;
     std::list<Frame> m_frames;  // the main run is a frame too, outermost
     RunId m_nNextRun = 1;
+    bool m_bInExec = false;
     bool m_bQuit = false;
     int m_nExitCode = 0;
 };
