@@ -31,6 +31,18 @@ struct DialogFrame {
 // Handle of a tree item; 0 is none, and as a parent it means the root level.
 using TreeItem = std::uintptr_t;
 
+// Notification codes that commands carry, with the Win32 values. A command reports what the user
+// did to a control; the host's own setters (SetText, ComboSetSel, ListSetSel, ...) never send one,
+// on any backend, so that a form reacts to the user only.
+namespace notify {
+constexpr int kClicked = 0;             // BN_CLICKED: a button pressed, a check box or radio button clicked
+constexpr int kSelChange = 1;           // CBN_SELCHANGE, LBN_SELCHANGE: another row chosen
+constexpr int kDblClk = 2;              // LBN_DBLCLK: a list-box row double-clicked
+constexpr int kEditChange = 0x300;      // EN_CHANGE: the text of an edit control changed
+constexpr int kListItemChanged = -101;  // LVN_ITEMCHANGED: the selected row of a list view changed
+constexpr int kTreeSelChanged = -451;   // TVN_SELCHANGEDW: the selected item of a tree view changed
+}  // namespace notify
+
 // A dialog or form addressed by control id, as Win32 code addresses its controls. Forms are written
 // once against this; the backends are in-memory controls (windowless mode, tests) and real widgets.
 // Operations on an id that names no control do nothing and read as empty, as on Win32.
@@ -83,7 +95,9 @@ public:
     virtual void TreeSelect(int nId, TreeItem item) = 0;
     virtual TreeItem TreeSelection(int nId) const = 0;
 
-    // Clicks and other notifications arrive as commands (control id, notification code).
+    // Clicks and other notifications arrive as commands (control id, notification code). Closing a
+    // dialog window (its close box, Escape) is command IDCANCEL (2) with kClicked, and Enter presses
+    // the default push button (IDOK, 1, when the template has none), as dialog boxes do.
     virtual void SetCommandHandler(std::function<void(int nId, int nNotify)> handler) = 0;
     // Shows the dialog and runs it modally until Close; returns the end code.
     virtual int RunModal() = 0;
