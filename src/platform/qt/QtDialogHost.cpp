@@ -331,8 +331,18 @@ int QtDialogHost::RunModal() {
     m_bRunning = true;
     if (m_bWindowed) {
         m_pSurface->setWindowModality(Qt::ApplicationModal);
-        if (const QWidget* pOwner = m_pSurface->parentWidget())
-            m_pSurface->move(pOwner->window()->frameGeometry().center() - m_pSurface->rect().center());
+        if (const QWidget* pOwner = m_pSurface->parentWidget()) {
+            // Centred over its owner, yet whole on the owner's screen (a wide dialog over a
+            // narrow window would start left of the screen without a window manager to move it).
+            QRect place(m_pSurface->rect());
+            place.moveCenter(pOwner->window()->frameGeometry().center());
+            if (const QScreen* pScreen = pOwner->screen()) {
+                const QRect avail = pScreen->availableGeometry();
+                place.moveLeft(std::max(avail.left(), std::min(place.left(), avail.right() + 1 - place.width())));
+                place.moveTop(std::max(avail.top(), std::min(place.top(), avail.bottom() + 1 - place.height())));
+            }
+            m_pSurface->move(place.topLeft());
+        }
         m_pSurface->show();
         m_pSurface->raise();
         m_pSurface->activateWindow();
