@@ -56,6 +56,7 @@ void QtInstanceGuard::OnConnection() {
             if (!pSocket->canReadLine()) return;
             if (pSocket->readLine() == kRaiseRequest && m_fnRaise) m_fnRaise();
             pSocket->write(kRaiseAnswer);
+            pSocket->flush();  // the later start waits for the answer before it ends
             pSocket->disconnectFromServer();
         });
     }
