@@ -22,8 +22,10 @@ QString ToQString(const std::u16string& str) { return QString::fromStdU16String(
 QtMainWindow::QtMainWindow(QtUiThread& ui, const MainWindowSpec& spec) {
     setWindowTitle(ToQString(spec.strTitle));
     setWindowIcon(IconFromImages(spec.icon));
-    m_pForm = QtDialogHost::CreateEmbedded(ui, this);
-    auto* pLayout = new QVBoxLayout(this);
+    auto* pContent = new QWidget(this);
+    setCentralWidget(pContent);
+    m_pForm = QtDialogHost::CreateEmbedded(ui, pContent);
+    auto* pLayout = new QVBoxLayout(pContent);
     pLayout->setContentsMargins(0, 0, 0, 0);
     pLayout->setSpacing(0);
     pLayout->addWidget(m_pForm->Widget(), 1);
@@ -41,7 +43,6 @@ QtMainWindow::~QtMainWindow() = default;
 QWidget* QtMainWindow::BuildSoftKeys(const MainWindowSpec& spec) {
     auto* pBar = new QWidget(this);
     pBar->setObjectName(QStringLiteral("softkeys"));
-    pBar->setAccessibleName(QStringLiteral("softkeys"));
     auto* pLayout = new QHBoxLayout(pBar);
     pLayout->setContentsMargins(2, 2, 2, 2);
     m_pLeftKey = new QPushButton(ToQString(spec.strLeftKey), pBar);

@@ -1,5 +1,5 @@
 #pragma once
-#include <QWidget>
+#include <QMainWindow>
 
 #include <functional>
 #include <memory>
@@ -15,8 +15,9 @@ class QtDialogHost;
 class QtUiThread;
 
 // The main window: the form's controls above a soft-key bar of two buttons, the left one giving
-// its command, the right one popping up the menu; the shortcuts act anywhere in the window.
-class QtMainWindow final : public QWidget, public MainWindow {
+// its command, the right one popping up the menu; the shortcuts act anywhere in the window. A
+// QMainWindow, so that screen readers meet it as a frame.
+class QtMainWindow final : public QMainWindow, public MainWindow {
 public:
     QtMainWindow(QtUiThread& ui, const MainWindowSpec& spec);
     ~QtMainWindow() override;

@@ -1,5 +1,6 @@
 // The window module (libvantrel-qt.so): the program's toolkit side behind port/WindowModule.h.
 // Its one exported symbol is the entry point at the end.
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QScreen>
 
@@ -56,6 +57,14 @@ bool CanReachDisplay(std::string& strError) {
     return bReached;
 }
 
+// The renderer's dialog windows are plain widgets with the dialog flag; screen readers should meet
+// them as dialogs, as they would meet a dialog box.
+QAccessibleInterface* DialogAccessibility(const QString& strClass, QObject* pObject) {
+    auto* pWidget = qobject_cast<QWidget*>(pObject);
+    if (strClass != QLatin1String("QWidget") || !pWidget || pWidget->windowType() != Qt::Dialog) return nullptr;
+    return new QAccessibleWidget(pWidget, QAccessible::Dialog);
+}
+
 class QtWindowModule final : public WindowModule {
 public:
     ~QtWindowModule() override {
@@ -80,6 +89,7 @@ public:
         QGuiApplication::setDesktopFileName(QStringLiteral("vantrel"));
         // The window's close runs the program's exit steps, which end the loop themselves.
         QApplication::setQuitOnLastWindowClosed(false);
+        QAccessible::installFactory(DialogAccessibility);
         m_pUi = std::make_unique<QtUiThread>();
         m_pBoxes = std::make_unique<QtMessageBox>(*m_pUi);
         m_pDialogs = std::make_unique<QtDialogFactory>(*m_pUi);
