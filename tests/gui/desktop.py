@@ -38,7 +38,8 @@ def wait_for(condition, timeout=10.0, step=0.05, what="condition"):
 
 
 class Desktop:
-    def __init__(self, tray=False, screen="1024x768x24"):
+    def __init__(self, tray=False, screen="1024x768x24", accessibility=True):
+        self.accessibility = accessibility
         # Whatever D-Bus starts on demand becomes our child once its parent exits; we reap it.
         ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
         self.folder = tempfile.mkdtemp(prefix="vantrel-desktop-")
@@ -62,7 +63,10 @@ class Desktop:
         for name in ("XDG_RUNTIME_DIR", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"):
             env[name] = os.path.join(self.folder, name.lower())
             os.makedirs(env[name], mode=0o700)
-        env.update(GSETTINGS_BACKEND="memory", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1")
+        env["GSETTINGS_BACKEND"] = "memory"
+        # Without it a Qt program never joins the accessibility tree; with it, it always does.
+        if self.accessibility:
+            env["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
         env.setdefault("LANG", "C.UTF-8")
         return env
 

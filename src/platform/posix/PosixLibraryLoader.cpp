@@ -56,8 +56,10 @@ public:
     }
 
 private:
+    // Functions are bound at their first call, as for the system's own programs: binding all of a
+    // library as large as the HTTP stack's at once would cost more than the request it serves.
     LibraryHandle Open(const std::string& strPath) {
-        LibraryHandle hLibrary = ::dlopen(strPath.c_str(), RTLD_NOW | RTLD_LOCAL);
+        LibraryHandle hLibrary = ::dlopen(strPath.c_str(), RTLD_LAZY | RTLD_LOCAL);
         if (!hLibrary) {
             const char* pszError = ::dlerror();
             m_strError = pszError ? pszError : "cannot load " + strPath;
