@@ -8,9 +8,7 @@ add_library(vantrel_app STATIC
   ${CMAKE_CURRENT_LIST_DIR}/WindowModuleLoader.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LazyHttpTransport.cpp
   ${CMAKE_CURRENT_LIST_DIR}/WindowApp.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/VersionDialog.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/MenuResource.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/IconResource.cpp)
+  ${CMAKE_CURRENT_LIST_DIR}/VersionDialog.cpp)
 # The version dialog's lines; the date honours SOURCE_DATE_EPOCH for reproducible builds.
 string(TIMESTAMP VANTREL_BUILD_DATE "%Y-%m-%d" UTC)
 set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/WindowApp.cpp PROPERTIES COMPILE_DEFINITIONS

@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "app/DialogTemplate.h"
+#include "app/IconResource.h"
 #include "port/Clipboard.h"
 #include "port/DialogHost.h"
 #include "port/Factories.h"
@@ -68,6 +69,7 @@ TEST(WindowModule, SoftKeysMenuAndShortcutsGiveTheirCommands) {
     spec.strRightKey = u"右";
     spec.rightMenu = {{1008, u"取得"}, {0, u"", true}, {0, u"下", false, {{40000, u"終了"}}}};
     spec.shortcuts = {{u"Ctrl+A", 40002}};
+    spec.icon = LoadIcon(ResourceModule::Program(), IDI_APP);
     const std::unique_ptr<MainWindow> pWindow = Module().CreateMainWindow(spec);
     std::vector<int> commands;
     int nCloses = 0;
@@ -78,6 +80,9 @@ TEST(WindowModule, SoftKeysMenuAndShortcutsGiveTheirCommands) {
     QWidget* pTop = MainWidget();
     ASSERT_NE(pTop, nullptr);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(pTop));
+    // Icon 101 in every size: bitmaps (wrapped as ICO files) and the PNG image.
+    EXPECT_EQ(pTop->windowIcon().availableSizes(),
+              (QList<QSize>{QSize(16, 16), QSize(32, 32), QSize(48, 48), QSize(256, 256)}));
     // The form keeps its template size above the bar.
     EXPECT_GT(pTop->height(), pTop->findChild<QWidget*>(QStringLiteral("1014"))->geometry().bottom());
 
