@@ -1,6 +1,7 @@
 #include "NmSession.h"
 
 #include <NetworkManager.h>
+#include <signal.h>
 
 #include <atomic>
 #include <chrono>
@@ -46,6 +47,11 @@ struct Request {
     bool bReasonWaitOver = false;
 };
 
+constexpr unsigned Bit(NMActiveConnectionState eState) { return 1u << eState; }
+constexpr unsigned kUp = Bit(NM_ACTIVE_CONNECTION_STATE_ACTIVATED);
+constexpr unsigned kComingUp = kUp | Bit(NM_ACTIVE_CONNECTION_STATE_ACTIVATING);
+constexpr unsigned kNotDown = kComingUp | Bit(NM_ACTIVE_CONNECTION_STATE_DEACTIVATING);
+
 std::string ErrorText(GError* pError) {
     if (!pError) return "no reason given";
     g_dbus_error_strip_remote_error(pError);
@@ -87,7 +93,7 @@ private:
     bool Running() const;
     std::string WhyNotRunning() const;
     bool IsOurs(NMActiveConnection* pActive) const;
-    NMActiveConnection* FindOurs(bool bActivatingToo) const;
+    NMActiveConnection* FindOurs(unsigned nStates) const;
     NMRemoteConnection* FindProfile() const;
     void Changed();
     void Watch();
@@ -118,7 +124,6 @@ private:
     GDBusConnection* m_pBus = nullptr;
     NMClient* m_pClient = nullptr;
     int m_nPending = 0;  // asynchronous calls not yet come back
-    bool m_bBusClosed = false;
     bool m_bWatcherGone = true;
     std::shared_ptr<Request> m_pRequest;
 
@@ -133,12 +138,17 @@ NmSession::Loop::Loop(std::string strName, int nReadyWaitMs) : m_strName(std::mo
     // The address is read here, on the caller's thread, because it comes from the environment.
     GError* pError = nullptr;
     gchar* pszAddress = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, &pError);
-    if (pszAddress) m_strAddress = pszAddress;
-    else m_strUnreachable = "no system bus: " + ErrorText(pError);
+    if (pszAddress && *pszAddress) m_strAddress = pszAddress;
+    else m_strUnreachable = "no system bus: " + (pError ? ErrorText(pError) : std::string("its address is empty"));
     g_free(pszAddress);
     g_clear_error(&pError);
 
+    // The program's signals are for the program's threads.
+    sigset_t all, previous;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &previous);
     m_thread = std::thread([this] { Run(); });
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     std::unique_lock lock(m_readyMutex);
     m_cvReady.wait_for(lock, std::chrono::milliseconds(nReadyWaitMs), [this] { return m_bReady; });
 }
@@ -186,7 +196,7 @@ void NmSession::Loop::OnBus(GObject*, GAsyncResult* pResult, gpointer pData) {
     GError* pError = nullptr;
     GDBusConnection* pBus = g_dbus_connection_new_for_address_finish(pResult, &pError);
     if (!pBus) {
-        pLoop->Unreachable("cannot reach the system bus: " + ErrorText(pError));
+        pLoop->Unreachable("cannot reach the system bus at " + pLoop->m_strAddress + ": " + ErrorText(pError));
         g_error_free(pError);
         return;
     }
@@ -219,11 +229,9 @@ void NmSession::Loop::OnClient(GObject* pSource, GAsyncResult* pResult, gpointer
     pLoop->MarkReady();
 }
 
+// The client sees NetworkManager gone by itself; this only names the reason.
 void NmSession::Loop::OnBusClosed(GDBusConnection*, gboolean, GError*, gpointer pData) {
-    Loop* pLoop = static_cast<Loop*>(pData);
-    pLoop->m_bBusClosed = true;
-    pLoop->m_strUnreachable = "the system bus closed the connection";
-    pLoop->Changed();
+    static_cast<Loop*>(pData)->m_strUnreachable = "the system bus closed the connection";
 }
 
 void NmSession::Loop::MarkReady() {
@@ -239,7 +247,7 @@ void NmSession::Loop::Unreachable(std::string strWhy) {
 }
 
 bool NmSession::Loop::Running() const {
-    return m_pClient && !m_bBusClosed && nm_client_get_nm_running(m_pClient);
+    return m_pClient && nm_client_get_nm_running(m_pClient);
 }
 
 std::string NmSession::Loop::WhyNotRunning() const {
@@ -255,16 +263,13 @@ bool NmSession::Loop::IsOurs(NMActiveConnection* pActive) const {
     return (pszId && m_strName == pszId) || (pszUuid && m_strName == pszUuid);
 }
 
-// Our connection's activation that is activated (or, with bActivatingToo, still on its way up).
-NMActiveConnection* NmSession::Loop::FindOurs(bool bActivatingToo) const {
+// An activation of our connection in one of the states nStates (a mask of Bit(state)).
+NMActiveConnection* NmSession::Loop::FindOurs(unsigned nStates) const {
     if (!Running()) return nullptr;
     const GPtrArray* pList = nm_client_get_active_connections(m_pClient);
     for (guint i = 0; pList && i < pList->len; ++i) {
         auto* pActive = static_cast<NMActiveConnection*>(g_ptr_array_index(pList, i));
-        const NMActiveConnectionState eState = nm_active_connection_get_state(pActive);
-        if (IsOurs(pActive) && (eState == NM_ACTIVE_CONNECTION_STATE_ACTIVATED ||
-                                (bActivatingToo && eState == NM_ACTIVE_CONNECTION_STATE_ACTIVATING)))
-            return pActive;
+        if (IsOurs(pActive) && (nStates & Bit(nm_active_connection_get_state(pActive)))) return pActive;
     }
     return nullptr;
 }
@@ -289,7 +294,7 @@ void NmSession::Loop::Changed() {
     Watch();
     const bool bRunning = Running();
     m_bOnline = !bRunning || nm_client_get_state(m_pClient) >= NM_STATE_CONNECTED_LOCAL;
-    m_bActive = FindOurs(false) != nullptr;
+    m_bActive = FindOurs(kUp) != nullptr;
     Evaluate();
 }
 
@@ -334,7 +339,7 @@ void NmSession::Loop::Begin(const std::shared_ptr<Request>& pRequest) {
 }
 
 void NmSession::Loop::BeginUp() {
-    if (NMActiveConnection* pActive = FindOurs(true)) {
+    if (NMActiveConnection* pActive = FindOurs(kComingUp)) {
         m_pRequest->pActive = NM_ACTIVE_CONNECTION(g_object_ref(pActive));
         return Evaluate();
     }
@@ -368,10 +373,7 @@ void NmSession::Loop::BeginDown() {
     const GPtrArray* pList = nm_client_get_active_connections(m_pClient);
     for (guint i = 0; pList && i < pList->len; ++i) {
         auto* pActive = static_cast<NMActiveConnection*>(g_ptr_array_index(pList, i));
-        const NMActiveConnectionState eState = nm_active_connection_get_state(pActive);
-        if (IsOurs(pActive) && eState != NM_ACTIVE_CONNECTION_STATE_DEACTIVATING &&
-            eState != NM_ACTIVE_CONNECTION_STATE_DEACTIVATED)
-            ours.push_back(pActive);
+        if (IsOurs(pActive) && (kComingUp & Bit(nm_active_connection_get_state(pActive)))) ours.push_back(pActive);
     }
     for (NMActiveConnection* pActive : ours) {
         ++m_nPending;
@@ -405,8 +407,9 @@ void NmSession::Loop::Evaluate() {
     if (bAbandoned) return FinishRequest(false, {});
     if (!Running()) return FinishRequest(false, WhyNotRunning());
     if (m_pRequest->eKind == Request::Kind::kDown) {
-        // Down once no activation of ours is left that is not already on its way down.
-        if (!FindOurs(true)) FinishRequest(true, {});
+        // Down once no activation of ours is left, not even one on its way down: the modem's port
+        // is free again.
+        if (!FindOurs(kNotDown)) FinishRequest(true, {});
         return;
     }
     NMActiveConnection* pActive = m_pRequest->pActive;
@@ -477,6 +480,10 @@ void NmSession::Loop::Drain() {
         g_signal_handlers_disconnect_by_data(m_pBus, this);
         g_dbus_connection_close_sync(m_pBus, nullptr, nullptr);
         g_clear_object(&m_pBus);
+    }
+    // The connection tells of its closing from an idle source on this context, which holds the
+    // connection, which holds the context: dispatched here, or both would stay for ever.
+    while (g_main_context_iteration(m_pContext, FALSE)) {
     }
 }
 

@@ -18,7 +18,9 @@ using testing::internal::GetCapturedStderr;
 
 // The connections the mock NetworkManager knows, and how each one's activation goes there.
 const test::MockNetworkManager::Connections kConnections = {
-    {"office-lte", "up"}, {"slow-lte", "slow"}, {"no-sim", "fail:9"}, {"stuck", "hang"}, {"no-device", "refuse"}};
+    {"office-lte", "up"}, {"slow-lte", "slow"},    {"no-sim", "fail:9"},
+    {"stuck", "hang"},    {"no-device", "refuse"}, {"Wired connection 1", "up"}};
+const char kSlowLteUuid[] = "2c0002b7-8e15-5b2b-9954-24d7613386ac";
 
 // The real libdlgconnect.so, loaded as the program loads it, against python-dbusmock's
 // NetworkManager on a system bus of the test's own.
@@ -58,6 +60,11 @@ protected:
 
 TEST_F(DlgConnectPluginTest, ConnectEndsAsNetworkManagerSays) {
     ASSERT_TRUE(m_nm.StartService());
+    // Someone else's connection is up throughout; it is neither ours nor taken down.
+    Configure("connection=Wired connection 1\n");
+    ASSERT_TRUE(m_conn.Init());
+    ASSERT_EQ(m_conn.Connect(), 1);
+    m_conn.Release();
     // Legend: connection= in dlgconnect.conf, wait= there (seconds), Connect's result, the reason
     // its line on standard error gives (none on success).
     const struct {
@@ -68,6 +75,7 @@ TEST_F(DlgConnectPluginTest, ConnectEndsAsNetworkManagerSays) {
     } cases[] = {
         {"office-lte", 10, 1, ""},
         {"slow-lte", 10, 1, ""},
+        {kSlowLteUuid, 10, 1, ""},
         {"no-sim", 10, 0, "NetworkManager gave up: no-secrets"},
         {"no-device", 10, 0, "NetworkManager refused: No suitable device found for this connection"},
         {"not-there", 10, 0, "NetworkManager has no connection by that name"},
@@ -88,9 +96,13 @@ TEST_F(DlgConnectPluginTest, ConnectEndsAsNetworkManagerSays) {
         if (c.nResult == 1) {
             EXPECT_EQ(m_conn.Disconnect(), 1);
             EXPECT_EQ(m_conn.GetConnection(), 0);
+            EXPECT_EQ(m_nm.ActiveIds(), "Wired connection 1") << "ours is gone, not just going";
         }
         m_conn.Release();
     }
+    Configure("connection=Wired connection 1\n");
+    ASSERT_TRUE(m_conn.Init());
+    EXPECT_EQ(m_conn.GetConnection(), 1);
 }
 
 TEST_F(DlgConnectPluginTest, LineFollowsNetworkManager) {
@@ -110,6 +122,17 @@ TEST_F(DlgConnectPluginTest, LineFollowsNetworkManager) {
     CaptureStderr();
     EXPECT_EQ(m_conn.Connect(), 0);
     EXPECT_EQ(GetCapturedStderr(), "dlgconnect: could not bring up \"office-lte\": NetworkManager is not running\n");
+
+    ASSERT_TRUE(m_nm.StartService());
+    CaptureStderr();
+    EXPECT_TRUE(Eventually([&] { return m_conn.Connect() == 1; })) << "NetworkManager came back";
+    GetCapturedStderr();
+    m_nm.StopBus();
+    EXPECT_TRUE(Eventually([&] { return m_conn.GetConnection() == 0; })) << "the bus went away";
+    CaptureStderr();
+    EXPECT_EQ(m_conn.Connect(), 0);
+    EXPECT_EQ(GetCapturedStderr(),
+              "dlgconnect: could not bring up \"office-lte\": the system bus closed the connection\n");
 }
 
 TEST_F(DlgConnectPluginTest, UnconfiguredLineIsTheSystems) {

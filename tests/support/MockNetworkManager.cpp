@@ -54,13 +54,7 @@ MockNetworkManager::MockNetworkManager(Connections connections) : m_connections(
         nullptr, nullptr, nullptr);
 }
 
-MockNetworkManager::~MockNetworkManager() {
-    StopService();
-    if (m_pBus) {
-        g_dbus_connection_close_sync(m_pBus, nullptr, nullptr);
-        g_object_unref(m_pBus);
-    }
-}
+MockNetworkManager::~MockNetworkManager() { StopBus(); }
 
 bool MockNetworkManager::Available() {
     return access(kDaemon, X_OK) == 0 && access(kPython, X_OK) == 0 && access(kStockTemplate, R_OK) == 0;
@@ -88,12 +82,50 @@ bool MockNetworkManager::StartService() {
 
 void MockNetworkManager::StopService() { m_pService.reset(); }
 
+void MockNetworkManager::StopBus() {
+    StopService();
+    if (m_pBus) {
+        g_dbus_connection_close_sync(m_pBus, nullptr, nullptr);
+        g_clear_object(&m_pBus);
+    }
+    m_pDaemon.reset();
+}
+
 bool MockNetworkManager::SetState(unsigned nState) {
     return CallMock("SetGlobalConnectionState", g_variant_new("(u)", nState));
 }
 
 bool MockNetworkManager::Drop(const std::string& strId, unsigned nReason) {
     return CallMock("Drop", g_variant_new("(su)", strId.c_str(), nReason));
+}
+
+std::string MockNetworkManager::ActiveIds() {
+    auto Get = [this](const char* pszPath, const char* pszInterface, const char* pszName) -> GVariant* {
+        GVariant* pReply = m_pBus ? g_dbus_connection_call_sync(
+                                        m_pBus, "org.freedesktop.NetworkManager", pszPath,
+                                        "org.freedesktop.DBus.Properties", "Get",
+                                        g_variant_new("(ss)", pszInterface, pszName), G_VARIANT_TYPE("(v)"),
+                                        G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr)
+                                  : nullptr;
+        if (!pReply) return nullptr;
+        GVariant* pValue = nullptr;
+        g_variant_get(pReply, "(v)", &pValue);
+        g_variant_unref(pReply);
+        return pValue;
+    };
+    std::string strIds;
+    GVariant* pPaths = Get("/org/freedesktop/NetworkManager", "org.freedesktop.NetworkManager", "ActiveConnections");
+    if (!pPaths) return "(no answer)";
+    GVariantIter iter;
+    g_variant_iter_init(&iter, pPaths);
+    const gchar* pszPath = nullptr;
+    while (g_variant_iter_next(&iter, "&o", &pszPath)) {
+        GVariant* pId = Get(pszPath, "org.freedesktop.NetworkManager.Connection.Active", "Id");
+        strIds += (strIds.empty() ? "" : ",") + std::string(pId ? g_variant_get_string(pId, nullptr) : "?");
+        if (pId) g_variant_unref(pId);
+    }
+    g_variant_unref(pPaths);
+    return strIds;
 }
 
 bool MockNetworkManager::CallMock(const char* pszMethod, GVariant* pParams) {

@@ -32,13 +32,16 @@ public:
 
     // NetworkManager appears on the bus, answering; false when it did not within 10 s.
     bool StartService();
-    // NetworkManager leaves the bus.
+    // NetworkManager leaves the bus; the bus itself goes away.
     void StopService();
+    void StopBus();
 
     // What NetworkManager does by itself: a new overall state (an NMState value), a connection
     // that goes down unasked with a reason (an NMActiveConnectionStateReason value).
     bool SetState(unsigned nState);
     bool Drop(const std::string& strId, unsigned nReason);
+    // The ids of the activations NetworkManager lists, whatever their state, joined by ",".
+    std::string ActiveIds();
 
 private:
     // A method of the mock's own interface; pParams is consumed when floating.

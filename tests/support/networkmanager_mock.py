@@ -1,7 +1,8 @@
 '''NetworkManager whose connections activate the way a test asks
 
 python-dbusmock's own NetworkManager template, one device, and the connections given in the
-parameter "connections", a map from connection id to how its activation goes:
+parameter "connections", a map from connection id to how its activation goes (each connection's
+UUID is uuid5(NAMESPACE_OID, id)):
 
   up        activated at once
   slow      activating, activated 200 ms later
@@ -9,7 +10,8 @@ parameter "connections", a map from connection id to how its activation goes:
   hang      activating, and it stays so
   refuse    the activation call itself fails, as when no device suits the connection
 
-Added mock method Drop(id, reason): the connection goes down unasked, as when the carrier is lost.
+Deactivating takes 100 ms (deactivating, then deactivated and gone). Added mock method
+Drop(id, reason): the connection goes down unasked, as when the carrier is lost.
 As NetworkManager does, an activation's new state goes out as a property change first, then in its
 StateChanged signal with the reason.
 '''
@@ -25,7 +27,7 @@ from dbusmock.templates import networkmanager as stock
 # The stock objects and its mock methods; load() below replaces the stock one.
 from dbusmock.templates.networkmanager import *  # noqa: F401,F403 pylint: disable=wildcard-import,unused-wildcard-import
 
-ACTIVATING, ACTIVATED, DEACTIVATED = 1, 2, 4
+ACTIVATING, ACTIVATED, DEACTIVATING, DEACTIVATED = 1, 2, 3, 4
 DEVICE = '/org/freedesktop/NetworkManager/Devices/wwan0'
 BEHAVIOUR = {}
 COUNTER = [0]
@@ -38,11 +40,12 @@ def load(mock, parameters):
     for name, behaviour in parameters.get('connections', {}).items():
         BEHAVIOUR[str(name)] = str(behaviour)
         settings.SettingsAddConnection({
-            'connection': {'id': str(name), 'uuid': str(uuid.uuid4()), 'type': 'gsm'},
+            'connection': {'id': str(name), 'uuid': str(uuid.uuid5(uuid.NAMESPACE_OID, str(name))), 'type': 'gsm'},
             'gsm': {'apn': 'internet'},
         })
     manager = dbusmock.get_object(stock.MANAGER_OBJ)
     manager.AddMethod(stock.MANAGER_IFACE, 'ActivateConnection', 'ooo', 'o', activate)
+    manager.AddMethod(stock.MANAGER_IFACE, 'DeactivateConnection', 'o', '', deactivate)
 
 
 def activate(manager, connection, _device, _specific):
@@ -59,6 +62,11 @@ def activate(manager, connection, _device, _specific):
     elif behaviour.startswith('fail:'):
         GLib.timeout_add(100, end, manager, path, int(behaviour[5:]))
     return dbus.ObjectPath(path)
+
+
+def deactivate(manager, path):
+    change_state(path, DEACTIVATING, 2)
+    GLib.timeout_add(100, end, manager, path, 2)
 
 
 def change_state(path, state, reason):
