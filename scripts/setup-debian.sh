@@ -7,6 +7,7 @@ packages=(
   cmake ninja-build g++ pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
   libcurl4-openssl-dev
+  libnm-dev dbus python3-dbusmock
   qt6-base-dev
   binutils-mingw-w64-x86-64
   fonts-ipafont-gothic
