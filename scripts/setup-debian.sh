@@ -7,12 +7,13 @@ packages=(
   cmake ninja-build g++ pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
   libcurl4-openssl-dev
+  libnm-dev dbus python3-dbusmock
   qt6-base-dev
   binutils-mingw-w64-x86-64
   fonts-ipafont-gothic
   libcpp-httplib-dev python3 python3-aiosmtpd
   xdg-utils
-  xvfb at-spi2-core dbus python3-gi gir1.2-atspi-2.0 xdotool imagemagick x11-utils trayer
+  xvfb at-spi2-core python3-gi gir1.2-atspi-2.0 xdotool imagemagick x11-utils trayer
 )
 
 missing=()

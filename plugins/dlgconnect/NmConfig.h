@@ -3,12 +3,12 @@
 
 namespace dlgconnect {
 
-// Which NetworkManager connection the library brings up, and how long nmcli may wait for it.
-//   VANTREL_NM_CONNECTION   the connection id (wins over the file)
+// Which NetworkManager connection the library brings up, and how long Connect waits for it.
+//   VANTREL_NM_CONNECTION   the connection id or UUID (wins over the file)
 //   dlgconnect.conf         in VANTREL_HOME, else in the executable's folder; lines "key=value",
 //                           "#" starts a comment:
-//                             connection=<connection id>
-//                             wait=<seconds nmcli waits for activation>
+//                             connection=<connection id or UUID>
+//                             wait=<seconds Connect waits for the activation>
 struct NmConfig {
     std::string strConnection;
     int nWaitSeconds = 0;  // 0: derived from the wait the program passes

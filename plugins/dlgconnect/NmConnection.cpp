@@ -1,68 +1,47 @@
 #include <cstdio>
+#include <memory>
 #include <string>
-#include <vector>
 
-#include "NmCommand.h"
 #include "NmConfig.h"
+#include "NmSession.h"
 #include "port/DlgConnect.h"
 
 namespace dlgconnect {
 
 namespace {
 
-// nmcli's terse output escapes ':' and '\' in values with a backslash.
-std::string Unescape(const std::string& strValue) {
-    std::string strOut;
-    for (std::size_t i = 0; i < strValue.size(); ++i) {
-        if (strValue[i] == '\\' && i + 1 < strValue.size()) ++i;
-        strOut += strValue[i];
-    }
-    return strOut;
-}
+// NetworkManager normally answers within milliseconds; a start-up that finds it slower goes on and
+// picks its state up from the signals once it comes.
+constexpr int kReadyWaitMs = 2000;
+constexpr int kDownWaitMs = 10000;
 
 // The data line as one NetworkManager connection, chosen by the configuration (NmConfig.h).
 class NmConnection final : public vantrel::DlgConnect {
 public:
-    explicit NmConnection(NmConfig config) : m_config(std::move(config)) {}
+    explicit NmConnection(NmConfig config)
+        : m_config(std::move(config)), m_session(m_config.strConnection, kReadyWaitMs) {}
     ~NmConnection() = default;
 
     int Connect(std::uintptr_t, std::uintptr_t, std::uint32_t nWait, std::uint32_t, const char16_t*) override {
         if (!CheckConfigured()) return 0;
-        const int nSeconds = m_config.nWaitSeconds > 0 ? m_config.nWaitSeconds
-                                                       : static_cast<int>((nWait + 999) / 1000);
-        std::string strOutput;
-        const int nExit = RunCommand({"nmcli", "--wait", std::to_string(nSeconds), "connection", "up", "id",
-                                      m_config.strConnection},
-                                     strOutput, LimitMs(nSeconds));
-        if (nExit != 0) Report("nmcli could not bring up", nExit);
-        return nExit == 0 ? 1 : 0;
+        const int nWaitMs = m_config.nWaitSeconds > 0 ? m_config.nWaitSeconds * 1000 : static_cast<int>(nWait);
+        return Report("could not bring up", m_session.Activate(nWaitMs));
     }
 
     int Disconnect(std::uint32_t, const char16_t*) override {
         if (!CheckConfigured()) return 0;
-        std::string strOutput;
-        const int nExit = RunCommand({"nmcli", "connection", "down", "id", m_config.strConnection}, strOutput,
-                                     LimitMs(kDownWaitSeconds));
-        if (nExit != 0) Report("nmcli could not take down", nExit);
-        return nExit == 0 ? 1 : 0;
+        return Report("could not take down", m_session.Deactivate(kDownWaitMs));
     }
 
     // Without a connection of our own the line belongs to the system: it exists when the machine
     // is online, and the program never holds it.
     int IsConnected() override {
-        if (m_config.strConnection.empty()) return IsSystemOnline() ? 1 : 0;
-        return IsActive() ? 1 : 0;
+        if (m_config.strConnection.empty()) return m_session.IsOnline() ? 1 : 0;
+        return m_session.IsActive() ? 1 : 0;
     }
-    int GetConnection() override { return IsActive() ? 1 : 0; }
+    int GetConnection() override { return m_session.IsActive() ? 1 : 0; }
 
 private:
-    static constexpr int kDownWaitSeconds = 10;
-    static constexpr int kQueryWaitSeconds = 5;
-    static constexpr int kNotFound = 127;  // the exit status of a program that could not be started
-
-    // nmcli has its own --wait; the extra margin covers its start and its reply.
-    static int LimitMs(int nSeconds) { return (nSeconds + 5) * 1000; }
-
     bool CheckConfigured() {
         if (!m_config.strConnection.empty()) return true;
         std::fputs("dlgconnect: no connection configured (set VANTREL_NM_CONNECTION or connection= in dlgconnect.conf)\n",
@@ -70,36 +49,15 @@ private:
         return false;
     }
 
-    void Report(const char* pszWhat, int nExit) {
-        std::fprintf(stderr, "dlgconnect: %s \"%s\" (exit %d)\n", pszWhat, m_config.strConnection.c_str(), nExit);
-    }
-
-    // NetworkManager's overall state ("connected", "connected (site only)", "disconnected", ...).
-    // A machine without NetworkManager manages its network otherwise and counts as online.
-    bool IsSystemOnline() {
-        std::string strOutput;
-        const int nExit = RunCommand({"nmcli", "-t", "-f", "STATE", "general"}, strOutput, LimitMs(kQueryWaitSeconds));
-        if (nExit == kNotFound) return true;
-        return nExit == 0 && strOutput.rfind("connected", 0) == 0;
-    }
-
-    bool IsActive() {
-        if (m_config.strConnection.empty()) return false;
-        std::string strOutput;
-        if (RunCommand({"nmcli", "-t", "-f", "NAME", "connection", "show", "--active"}, strOutput,
-                       LimitMs(kQueryWaitSeconds)) != 0)
-            return false;
-        std::size_t nStart = 0;
-        while (nStart < strOutput.size()) {
-            std::size_t nEnd = strOutput.find('\n', nStart);
-            if (nEnd == std::string::npos) nEnd = strOutput.size();
-            if (Unescape(strOutput.substr(nStart, nEnd - nStart)) == m_config.strConnection) return true;
-            nStart = nEnd + 1;
-        }
-        return false;
+    int Report(const char* pszWhat, const Outcome& outcome) {
+        if (outcome.bDone) return 1;
+        std::fprintf(stderr, "dlgconnect: %s \"%s\": %s\n", pszWhat, m_config.strConnection.c_str(),
+                     outcome.strWhy.c_str());
+        return 0;
     }
 
     NmConfig m_config;
+    NmSession m_session;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace vantrel {
 
@@ -16,6 +17,13 @@ public:
     virtual bool GetSize(std::uint64_t& nSize) = 0;
     virtual bool SeekToStart() = 0;
     virtual bool SeekToEnd() = 0;
+};
+
+// A folder found inside another one.
+struct DirectoryEntry {
+    std::u16string strName;
+    // Another file system is mounted there, as a storage card is on the handset.
+    bool bMountPoint = false;
 };
 
 enum class OpenMode {
@@ -46,6 +54,19 @@ public:
     // Creates one directory (its parent must exist); true when it exists afterwards. Not named
     // CreateDirectory, which windows.h turns into a macro.
     virtual bool MakeDirectory(const std::u16string& strPath) { return false; }
+
+    // Used by the folder picker. The folders directly inside strFolder, hidden ones included but
+    // not "." and "..", in no particular order; a link to a folder counts as a folder. False when
+    // the folder cannot be listed.
+    virtual bool ListDirectories(const std::u16string& strFolder, std::vector<DirectoryEntry>& entries) {
+        entries.clear();
+        return false;
+    }
+    // True when strFolder holds at least one folder; stops looking at the first.
+    virtual bool HasDirectories(const std::u16string& strFolder) {
+        std::vector<DirectoryEntry> entries;
+        return ListDirectories(strFolder, entries) && !entries.empty();
+    }
 };
 
 }  // namespace vantrel

@@ -1,121 +1,190 @@
-#include <sys/stat.h>
-
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
 #include "app/ConnectionManager.h"
 #include "settings/TextUtil.h"
 #include "support/LoaderRig.h"
+#include "support/MockNetworkManager.h"
 #include "support/TempDir.h"
 
 namespace vantrel {
 namespace {
 
-// The real libdlgconnect.so against a stand-in nmcli first on the search path: it appends its
-// arguments to nmcli.log, keeps the connection brought up in nmcli.active (escaped as nmcli's terse
-// output escapes it) and fails with FAKE_NMCLI_EXIT when that is set.
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+
+// The connections the mock NetworkManager knows, and how each one's activation goes there.
+const test::MockNetworkManager::Connections kConnections = {
+    {"office-lte", "up"}, {"slow-lte", "slow"},    {"no-sim", "fail:9"},
+    {"stuck", "hang"},    {"no-device", "refuse"}, {"Wired connection 1", "up"}};
+const char kSlowLteUuid[] = "2c0002b7-8e15-5b2b-9954-24d7613386ac";
+
+// The real libdlgconnect.so, loaded as the program loads it, against python-dbusmock's
+// NetworkManager on a system bus of the test's own.
 class DlgConnectPluginTest : public ::testing::Test, public test::LoaderRig {
 protected:
     void SetUp() override {
-        const char* pszPath = std::getenv("PATH");
-        m_strOldPath = pszPath ? pszPath : "";
-        setenv("PATH", (m_bin.Path() + ":" + m_strOldPath).c_str(), 1);
+        if (!test::MockNetworkManager::Available())
+            GTEST_SKIP() << "needs dbus-daemon and /usr/bin/python3 with python-dbusmock (python3-dbusmock)";
+        ASSERT_TRUE(m_nm.BusReady());
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", m_nm.Address().c_str(), 1);
         setenv("VANTREL_HOME", m_home.Path().c_str(), 1);
         unsetenv("VANTREL_NM_CONNECTION");
-        unsetenv("FAKE_NMCLI_EXIT");
-        const std::string strScript = m_bin.File("nmcli");
-        test::WriteFileBytes(strScript,
-                             "#!/bin/sh\n"
-                             "printf '%s\\n' \"$*\" >> \"$0.log\"\n"
-                             "[ -n \"$FAKE_NMCLI_EXIT\" ] && exit \"$FAKE_NMCLI_EXIT\"\n"
-                             "for last; do :; done\n"
-                             "case \"$*\" in\n"
-                             "  *'show --active') echo 'Wired connection 1'; cat \"$0.active\" 2>/dev/null ;;\n"
-                             "  *'STATE general') echo \"${FAKE_NM_STATE:-connected}\" ;;\n"
-                             "  *' up id '*) printf '%s\\n' \"$last\" | sed 's/[\\\\:]/\\\\&/g' > \"$0.active\" ;;\n"
-                             "  *' down id '*) rm -f \"$0.active\" ;;\n"
-                             "esac\n");
-        ::chmod(strScript.c_str(), 0755);
     }
     void TearDown() override {
-        setenv("PATH", m_strOldPath.c_str(), 1);
+        unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
         unsetenv("VANTREL_HOME");
         unsetenv("VANTREL_NM_CONNECTION");
-        unsetenv("FAKE_NMCLI_EXIT");
     }
 
-    std::string NmcliLog() { return test::ReadFileBytes(m_bin.File("nmcli.log")); }
+    void Configure(const std::string& strText) { test::WriteFileBytes(m_home.File("dlgconnect.conf"), strText); }
 
-    test::TempDir m_bin;
+    // The library hears of NetworkManager's own changes through its signals, a moment later.
+    template <class Condition>
+    static bool Eventually(Condition condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return true;
+    }
+
+    test::MockNetworkManager m_nm{kConnections};
     test::TempDir m_home;
-    std::string m_strOldPath;
     ConnectionManager m_conn{*m_pLoader, m_messages, Utf8ToUtf16(VANTREL_DLGCONNECT_PATH)};
 };
 
-TEST_F(DlgConnectPluginTest, BringsTheNamedConnectionUpAndDown) {
-    setenv("VANTREL_NM_CONNECTION", "office-lte", 1);
+TEST_F(DlgConnectPluginTest, ConnectEndsAsNetworkManagerSays) {
+    ASSERT_TRUE(m_nm.StartService());
+    // Someone else's connection is up throughout; it is neither ours nor taken down.
+    Configure("connection=Wired connection 1\n");
     ASSERT_TRUE(m_conn.Init());
-    ASSERT_TRUE(m_conn.HasObject());
-    EXPECT_EQ(m_conn.IsConnected(), 0);
-    EXPECT_EQ(m_conn.Connect(), 1);
-    EXPECT_EQ(m_conn.IsConnected(), 1);
+    ASSERT_EQ(m_conn.Connect(), 1);
+    m_conn.Release();
+    // Legend: connection= in dlgconnect.conf, wait= there (seconds), Connect's result, the reason
+    // its line on standard error gives (none on success).
+    const struct {
+        const char* pszConnection;
+        int nWaitSeconds;
+        int nResult;
+        const char* pszWhy;
+    } cases[] = {
+        {"office-lte", 10, 1, ""},
+        {"slow-lte", 10, 1, ""},
+        {kSlowLteUuid, 10, 1, ""},
+        {"no-sim", 10, 0, "NetworkManager gave up: no-secrets"},
+        {"no-device", 10, 0, "NetworkManager refused: No suitable device found for this connection"},
+        {"not-there", 10, 0, "NetworkManager has no connection by that name"},
+        {"stuck", 1, 0, "not activated within 1000 ms"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszConnection);
+        Configure(std::string("connection=") + c.pszConnection + "\nwait=" + std::to_string(c.nWaitSeconds) + "\n");
+        ASSERT_TRUE(m_conn.Init());
+        EXPECT_EQ(m_conn.GetConnection(), 0);
+        CaptureStderr();
+        EXPECT_EQ(m_conn.Connect(), c.nResult);
+        const std::string strLine =
+            *c.pszWhy ? "dlgconnect: could not bring up \"" + std::string(c.pszConnection) + "\": " + c.pszWhy + "\n" : "";
+        EXPECT_EQ(GetCapturedStderr(), strLine);
+        EXPECT_EQ(m_conn.GetConnection(), c.nResult);
+        EXPECT_EQ(m_conn.IsConnected(), c.nResult);
+        if (c.nResult == 1) {
+            EXPECT_EQ(m_conn.Disconnect(), 1);
+            EXPECT_EQ(m_conn.GetConnection(), 0);
+            EXPECT_EQ(m_nm.ActiveIds(), "Wired connection 1") << "ours is gone, not just going";
+        }
+        m_conn.Release();
+    }
+    Configure("connection=Wired connection 1\n");
+    ASSERT_TRUE(m_conn.Init());
     EXPECT_EQ(m_conn.GetConnection(), 1);
-    EXPECT_EQ(m_conn.Disconnect(), 1);
-    EXPECT_EQ(m_conn.GetConnection(), 0);
-    EXPECT_EQ(NmcliLog(),
-              "-t -f NAME connection show --active\n"
-              "--wait 3 connection up id office-lte\n"
-              "-t -f NAME connection show --active\n"
-              "-t -f NAME connection show --active\n"
-              "connection down id office-lte\n"
-              "-t -f NAME connection show --active\n");
 }
 
-TEST_F(DlgConnectPluginTest, ConfigurationFileNamesConnectionAndWait) {
-    test::WriteFileBytes(m_home.File("dlgconnect.conf"), "# data line\nconnection = Home: LTE\\2\nwait=7\n");
+TEST_F(DlgConnectPluginTest, LineFollowsNetworkManager) {
+    ASSERT_TRUE(m_nm.StartService());
+    Configure("connection=stuck\n");
+    setenv("VANTREL_NM_CONNECTION", "office-lte", 1);  // wins over the file
     ASSERT_TRUE(m_conn.Init());
+    ASSERT_EQ(m_conn.Connect(), 1);
+    ASSERT_TRUE(m_nm.Drop("office-lte", 3));
+    EXPECT_TRUE(Eventually([&] { return m_conn.GetConnection() == 0; })) << "the carrier was lost";
     EXPECT_EQ(m_conn.Connect(), 1);
-    EXPECT_EQ(m_conn.IsConnected(), 1);  // listed by nmcli as "Home\: LTE\\2"
-    EXPECT_EQ(NmcliLog(), "--wait 7 connection up id Home: LTE\\2\n-t -f NAME connection show --active\n");
-}
+    EXPECT_EQ(m_conn.GetConnection(), 1);
 
-TEST_F(DlgConnectPluginTest, EnvironmentWinsOverTheFile) {
-    test::WriteFileBytes(m_home.File("dlgconnect.conf"), "connection=from-file\n");
-    setenv("VANTREL_NM_CONNECTION", "from-env", 1);
-    ASSERT_TRUE(m_conn.Init());
-    EXPECT_EQ(m_conn.Disconnect(), 1);
-    EXPECT_EQ(NmcliLog(), "connection down id from-env\n");
-}
-
-TEST_F(DlgConnectPluginTest, FailingNmcliIsAFailure) {
-    setenv("VANTREL_NM_CONNECTION", "office-lte", 1);
-    setenv("FAKE_NMCLI_EXIT", "4", 1);
-    ASSERT_TRUE(m_conn.Init());
-    EXPECT_EQ(m_conn.Connect(), 0);
-    EXPECT_EQ(m_conn.Disconnect(), 0);
+    m_nm.StopService();
+    EXPECT_TRUE(Eventually([&] { return m_conn.GetConnection() == 0; })) << "NetworkManager went away";
     EXPECT_EQ(m_conn.IsConnected(), 0);
+    CaptureStderr();
+    EXPECT_EQ(m_conn.Connect(), 0);
+    EXPECT_EQ(GetCapturedStderr(), "dlgconnect: could not bring up \"office-lte\": NetworkManager is not running\n");
+
+    ASSERT_TRUE(m_nm.StartService());
+    CaptureStderr();
+    EXPECT_TRUE(Eventually([&] { return m_conn.Connect() == 1; })) << "NetworkManager came back";
+    GetCapturedStderr();
+    m_nm.StopBus();
+    EXPECT_TRUE(Eventually([&] { return m_conn.GetConnection() == 0; })) << "the bus went away";
+    CaptureStderr();
+    EXPECT_EQ(m_conn.Connect(), 0);
+    EXPECT_EQ(GetCapturedStderr(),
+              "dlgconnect: could not bring up \"office-lte\": the system bus closed the connection\n");
 }
 
 TEST_F(DlgConnectPluginTest, UnconfiguredLineIsTheSystems) {
-    // Legend: NetworkManager's state (empty: no nmcli at all), IsConnected.
+    ASSERT_TRUE(m_nm.StartService());
+    ASSERT_TRUE(m_conn.Init());
+    // Legend: NetworkManager's overall state (NMState), IsConnected. Each row changes the answer,
+    // so each one has to come through the signals.
     const struct {
-        const char* pszState;
+        unsigned nState;
         int nConnected;
-    } cases[] = {{"connected", 1}, {"connected (site only)", 1}, {"disconnected", 0}, {"asleep", 0}, {"", 1}};
+    } cases[] = {{70, 1}, {20, 0}, {60, 1}, {10, 0}, {50, 1}, {40, 0}};
     for (const auto& c : cases) {
-        if (*c.pszState) setenv("FAKE_NM_STATE", c.pszState, 1);
-        else setenv("PATH", m_bin.File("none").c_str(), 1);
-        ConnectionManager conn{*m_pLoader, m_messages, Utf8ToUtf16(VANTREL_DLGCONNECT_PATH)};
-        ASSERT_TRUE(conn.Init());
-        EXPECT_EQ(conn.IsConnected(), c.nConnected) << c.pszState;
-        EXPECT_EQ(conn.GetConnection(), 0) << "the program holds no line";
-        EXPECT_EQ(conn.Connect(), 0);
-        EXPECT_EQ(conn.Disconnect(), 0);
-        conn.Release();
+        ASSERT_TRUE(m_nm.SetState(c.nState));
+        EXPECT_TRUE(Eventually([&] { return m_conn.IsConnected() == c.nConnected; })) << "state " << c.nState;
+        EXPECT_EQ(m_conn.GetConnection(), 0) << "the program holds no line";
     }
-    unsetenv("FAKE_NM_STATE");
-    EXPECT_EQ(NmcliLog().find(" up "), std::string::npos) << "nothing was brought up";
+    const std::string strLine =
+        "dlgconnect: no connection configured (set VANTREL_NM_CONNECTION or connection= in dlgconnect.conf)\n";
+    CaptureStderr();
+    EXPECT_EQ(m_conn.Connect(), 0);
+    EXPECT_EQ(m_conn.Disconnect(), 0);
+    EXPECT_EQ(GetCapturedStderr(), strLine + strLine);
+}
+
+TEST_F(DlgConnectPluginTest, WithoutNetworkManagerNothingIsConnected) {
+    // Legend: the system bus, the reason Connect gives.
+    const struct {
+        std::string strAddress;
+        const char* pszWhy;
+    } cases[] = {
+        {"unix:path=" + m_home.File("no-bus"), "cannot reach the system bus"},
+        {m_nm.Address(), "NetworkManager is not running"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.strAddress);
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", c.strAddress.c_str(), 1);
+        setenv("VANTREL_NM_CONNECTION", "office-lte", 1);
+        ASSERT_TRUE(m_conn.Init());
+        EXPECT_EQ(m_conn.IsConnected(), 0);
+        EXPECT_EQ(m_conn.GetConnection(), 0);
+        CaptureStderr();
+        EXPECT_EQ(m_conn.Connect(), 0);
+        EXPECT_EQ(m_conn.Disconnect(), 0);
+        EXPECT_NE(GetCapturedStderr().find(c.pszWhy), std::string::npos);
+        m_conn.Release();
+
+        // A machine without NetworkManager has its network managed otherwise.
+        unsetenv("VANTREL_NM_CONNECTION");
+        ASSERT_TRUE(m_conn.Init());
+        EXPECT_EQ(m_conn.IsConnected(), 1);
+        m_conn.Release();
+    }
 }
 
 }  // namespace

@@ -26,9 +26,10 @@ Units UnitsOf(const QFont& font) {
             m.ascent() + m.descent() + m.leading()};
 }
 int Dpi() { return qRound(QGuiApplication::primaryScreen()->logicalDotsPerInchY()); }
+int PixelHeight(int nPoints) { return (nPoints * Dpi() + 36) / 72; }
 Units TemplateUnits() {
     QFont font(QStringLiteral("IPAPGothic"));
-    font.setPixelSize((8 * Dpi() + 36) / 72);
+    font.setPixelSize(PixelHeight(8));
     return UnitsOf(font);
 }
 QRect Expected(Units u, int x, int y, int cx, int cy) {
@@ -52,6 +53,7 @@ TEST(MulDivTest, RoundsHalfAwayFromZeroAndFailsAsWin32) {
         {1, 1, 0, -1},            // no divisor
         {INT_MAX, 2, 1, -1},      // does not fit
         {INT_MAX, 3, 3, INT_MAX}, // the 64-bit product is kept
+        {-INT_MAX, 1, 1, -INT_MAX},
     };
     for (const Case& c : cases) EXPECT_EQ(MulDiv(c.a, c.b, c.c), c.nExpected) << c.a << '*' << c.b << '/' << c.c;
 }
@@ -84,6 +86,16 @@ TEST_F(TemplateLayoutTest, ControlsSitAtTheirTemplateRectanglesInTheSubstitutedF
         ASSERT_NE(pWidget, nullptr) << c.nId;
         EXPECT_EQ(pWidget->geometry(), Expected(u, c.x, c.y, c.cx, c.cy)) << c.nDialog << '/' << c.nId;
         EXPECT_EQ(QFontInfo(pWidget->font()).family(), QStringLiteral("IPAPGothic")) << c.nId;
+    }
+}
+
+TEST_F(TemplateLayoutTest, PixelHeightFollowsThePointSizeAtTheScreensDpi) {
+    for (int nPoints : {8, 9, 20}) {
+        auto pHost = QtDialogHost::CreateWindowed(m_ui, nullptr);
+        pHost->SetFrame({u"t", u"ＭＳ Ｐゴシック", nPoints, 100, 50});
+        EXPECT_TRUE(pHost->Font().bFromTemplate);
+        EXPECT_EQ(pHost->Font().font.pixelSize(), PixelHeight(nPoints)) << nPoints;
+        EXPECT_EQ(pHost->Font().font.weight(), QFont::Normal);
     }
 }
 

@@ -1,6 +1,10 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
+#include <QHeaderView>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+#include <QTabWidget>
 #include <QTableWidget>
 #include <QTest>
 #include <QTreeWidget>
@@ -16,6 +20,7 @@
 #include "platform/headless/HeadlessUiThread.h"
 #include "platform/headless/MemoryDialogHost.h"
 #include "platform/qt/QtDialogHost.h"
+#include "platform/qt/QtSheetHost.h"
 #include "resource.h"
 #include "settings/ResourceModule.h"
 #include "support/ManualClock.h"
@@ -45,7 +50,7 @@ std::u16string Observe(DialogHost& h) {
     put(h.GetText(1));
     h.SetText(2, u"a\r\nb");
     put(h.GetText(2));
-    put(h.GetText(99)), num(h.HasControl(99)), num(h.ComboGetSel(99)), num(h.ListRowCount(99));
+    put(h.GetText(99)), num(h.HasControl(99)), num(h.ComboGetSel(99)), num(h.ListRowCount(99)), num(h.ComboAdd(99, u"x"));
 
     num(h.ComboAdd(3, u"x")), num(h.ComboAdd(3, u"y")), num(h.ComboGetSel(3));
     h.ComboSetSel(3, 1), num(h.ComboGetSel(3)), put(h.GetText(3));
@@ -54,17 +59,21 @@ std::u16string Observe(DialogHost& h) {
 
     h.ListAddColumn(4, u"A", 50);
     h.ListAddColumn(4, u"B", 50);
+    h.ListSetExtendedStyle(4, lvs::kFullRowSelect | lvs::kGridLines);
     for (const char16_t* psz : {u"a", u"b", u"c"}) h.ListInsertRow(4, -1, {psz, u"2"});
     h.ListSetSel(4, 1);
     num(h.ListInsertRow(4, 0, {u"z"})), num(h.ListGetSel(4)), put(h.ListGetCell(4, 2, 0)), put(h.ListGetCell(4, 0, 1));
     h.ListDeleteRow(4, 0), num(h.ListGetSel(4));
     h.ListDeleteRow(4, 1), num(h.ListGetSel(4)), num(h.ListRowCount(4)), put(h.ListGetCell(4, 1, 5));
     h.ListSetCell(4, 0, 3, u"w"), put(h.ListGetCell(4, 0, 3));
+    h.ListSetCell(4, 0, 0, u"v"), put(h.ListGetCell(4, 0, 0));
     num(h.ListInsertRow(4, 99, {u"q"})), num(h.ListGetSel(4));
 
     const TreeItem root = h.TreeInsert(5, 0, u"マイ ポケットPC", true);
     const TreeItem card = h.TreeInsert(5, root, u"Card", true);
     const TreeItem deep = h.TreeInsert(5, card, u"Deep", false);
+    h.TreeSetIcon(5, root, TreeIcon::Program), h.TreeSetIcon(5, card, TreeIcon::StorageCard);
+    h.TreeSetHasChildren(5, deep, true), h.TreeExpand(5, root, true), h.TreeExpand(5, card, true);
     h.TreeSelect(5, deep);
     num(h.TreeSelection(5) == deep), num(h.TreeParent(5, deep) == card), num(h.TreeParent(5, root));
     num(h.TreeChildren(5, 0).size()), num(h.TreeChildren(5, root).size());
@@ -75,6 +84,9 @@ std::u16string Observe(DialogHost& h) {
     h.SetCheck(6, true), num(h.GetCheck(6));
     h.Enable(6, false), num(h.IsEnabled(6));
     h.Show(6, false), num(h.IsVisible(6));
+
+    int nValue = 0;
+    num(h.SetProperty(u"page", &nValue)), num(h.GetProperty(u"page") == &nValue), num(h.GetProperty(u"other") == nullptr);
     return log;
 }
 
@@ -104,13 +116,14 @@ TEST_F(QtDialogHostTest, AnswersAsTheInMemoryHostDoes) {
     HeadlessUiThread headless(clock);
     MemoryDialogHost memory(headless);
     auto pQt = QtDialogHost::CreateWindowed(m_ui, nullptr);
-    std::vector<std::pair<int, int>> none;
+    Commands none;
     pQt->SetCommandHandler([&](int nId, int nNotify) { none.emplace_back(nId, nNotify); });
+    pQt->SetNotifyHandler([&](const Notification& note) { none.emplace_back(note.nId, note.nCode); });
     EXPECT_EQ(Observe(*pQt), Observe(memory));
-    EXPECT_TRUE(none.empty()) << "a setter sent command " << none.front().first << '/' << none.front().second;
+    EXPECT_TRUE(none.empty()) << "a setter notified " << none.front().first << '/' << none.front().second;
 }
 
-TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommands) {
+TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommandsAndNotifications) {
     auto pHost = QtDialogHost::CreateWindowed(m_ui, nullptr);
     pHost->SetFrame({u"t", u"ＭＳ Ｐゴシック", 8, 173, 185});
     pHost->CreateControl({1, u"EDIT", u"", kChild | 0x80, 0, 4, 4, 60, 12});
@@ -122,26 +135,61 @@ TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommands) {
     pHost->CreateControl({7, u"BUTTON", u"plain", kChild | 0x2, 0, 110, 20, 50, 10});
     pHost->CreateControl({8, u"BUTTON", u"push", kChild, 0, 110, 40, 50, 14});
     pHost->ComboAdd(3, u"x"), pHost->ComboAdd(3, u"y"), pHost->ComboSetSel(3, 0);
+    pHost->ListAddColumn(4, u"A", 40), pHost->ListAddColumn(4, u"B", 40);
     pHost->ListInsertRow(4, -1, {u"a"}), pHost->ListInsertRow(4, -1, {u"b"});
-    const TreeItem item = pHost->TreeInsert(5, 0, u"root", false);
+    const TreeItem root = pHost->TreeInsert(5, 0, u"root", true);  // children are listed when it opens
+    TreeItem child = 0;
     pHost->SetCommandHandler([this](int nId, int nNotify) { m_commands.emplace_back(nId, nNotify); });
+    pHost->SetNotifyHandler([&](const Notification& note) {
+        m_commands.emplace_back(note.nId, note.nCode * 1000 + static_cast<int>(note.nParam));
+        if (note.nCode == notify::kTreeExpanding) child = pHost->TreeInsert(5, root, u"child", false);
+        if (note.nCode == notify::kTreeCollapsing) pHost->TreeDeleteChildren(5, root);
+    });
     pHost->Widget()->show();
     auto* pTable = static_cast<QTableWidget*>(pHost->ControlWidget(4));
     auto* pTree = static_cast<QTreeWidget*>(pHost->ControlWidget(5));
+    const QPoint header(pTable->horizontalHeader()->sectionViewportPosition(1) + 5, 5);
 
     QTest::keyClicks(pHost->ControlWidget(1), QStringLiteral("ab"));
     QTest::keyClicks(pHost->ControlWidget(2), QStringLiteral("c"));
     QTest::keyClick(pHost->ControlWidget(3), Qt::Key_Down);
     QTest::mouseClick(pTable->viewport(), Qt::LeftButton, {}, pTable->visualRect(pTable->model()->index(1, 0)).center());
-    QTest::mouseClick(pTree->viewport(), Qt::LeftButton, {}, pTree->visualItemRect(pTree->topLevelItem(0)).center());
+    QTest::mouseClick(pTable->horizontalHeader()->viewport(), Qt::LeftButton, {}, header);
+    pTree->setFocus();
+    pTree->setCurrentItem(pTree->topLevelItem(0));
+    QTest::keyClick(pTree, Qt::Key_Right);  // opens the item
+    const bool bChildShown = child != 0 && pTree->topLevelItem(0)->isExpanded() && pTree->topLevelItem(0)->childCount() == 1;
+    QTest::keyClick(pTree, Qt::Key_Left);   // closes it
     for (int nId : {6, 7, 8}) QTest::mouseClick(pHost->ControlWidget(nId), Qt::LeftButton);
-    EXPECT_EQ(m_commands, (Commands{{1, 0x300}, {1, 0x300}, {2, 0x300}, {3, 1}, {4, -101}, {5, -451}, {6, 0}, {7, 0}, {8, 0}}));
+    // legend: (id, command code) or, for notifications, (id, code * 1000 + parameter)
+    const int nRoot = static_cast<int>(root);
+    EXPECT_EQ(m_commands, (Commands{{1, 0x300}, {1, 0x300}, {2, 0x300}, {3, 1}, {4, notify::kListSelChanged * 1000 + 1},
+                                    {4, notify::kListColumnClick * 1000 + 1}, {5, notify::kTreeExpanding * 1000 + nRoot},
+                                    {5, notify::kTreeCollapsing * 1000 + nRoot}, {6, 0}, {7, 0}, {8, 0}}));
+    EXPECT_TRUE(bChildShown);
+    EXPECT_TRUE(pHost->TreeChildren(5, root).empty());
     EXPECT_EQ(pHost->GetText(1), u"ab");
     EXPECT_EQ(pHost->ComboGetSel(3), 1);
     EXPECT_EQ(pHost->ListGetSel(4), 1);
-    EXPECT_EQ(pHost->TreeSelection(5), item);
+    EXPECT_EQ(pHost->ListGetCell(4, 0, 0), u"a");  // a click on a caption sorts nothing by itself
     EXPECT_TRUE(pHost->GetCheck(6));   // an auto check box toggles itself
     EXPECT_FALSE(pHost->GetCheck(7));  // a plain one leaves it to the form
+    EXPECT_EQ(pTable->columnWidth(0), pHost->Font().units.X(40));  // column widths are dialog units
+}
+
+// The last line of a long text is in view once the caret is put at its end.
+TEST_F(QtDialogHostTest, CaretToEndShowsTheLastLine) {
+    auto pHost = Build(IDD_PROGRESS);
+    pHost->Widget()->show();
+    std::u16string strText;
+    for (int i = 0; i < 60; ++i) strText += u"\r\nリトライ " + std::u16string(1, static_cast<char16_t>(u'0' + i % 10));
+    pHost->SetText(IDC_PROGRESS_TEXT, strText);
+    pHost->CaretToEnd(IDC_PROGRESS_TEXT);
+    QApplication::processEvents();
+    auto* pEdit = static_cast<QPlainTextEdit*>(pHost->ControlWidget(IDC_PROGRESS_TEXT));
+    EXPECT_EQ(pEdit->textCursor().position(), pEdit->document()->characterCount() - 1);
+    EXPECT_GT(pEdit->verticalScrollBar()->maximum(), 0);
+    EXPECT_EQ(pEdit->verticalScrollBar()->value(), pEdit->verticalScrollBar()->maximum());
 }
 
 TEST_F(QtDialogHostTest, InitialStylesHideAndDisable) {
@@ -156,8 +204,9 @@ TEST_F(QtDialogHostTest, InitialStylesHideAndDisable) {
     EXPECT_FALSE(pHost->ControlWidget(2)->isEnabled());
 }
 
-// Enter presses the focused push button or the default one; Escape and the close box are IDCANCEL.
-TEST_F(QtDialogHostTest, DialogKeysAndTheCloseBoxAreCommands) {
+// Enter presses the focused push button or the default one; Escape is IDCANCEL; the close box
+// tells the form IDCANCEL and ends the run with 2 if the form did not.
+TEST_F(QtDialogHostTest, DialogKeysAndTheCloseBox) {
     auto pHost = Build(IDD_LISTEDIT);
     ShowActive(*pHost);
     pHost->ControlWidget(IDC_LE_TITLE)->setFocus();
@@ -165,14 +214,13 @@ TEST_F(QtDialogHostTest, DialogKeysAndTheCloseBoxAreCommands) {
     pHost->ControlWidget(IDC_CANCEL)->setFocus();
     QTest::keyClick(pHost->ControlWidget(IDC_CANCEL), Qt::Key_Return);
     QTest::keyClick(pHost->ControlWidget(IDC_LE_TITLE), Qt::Key_Escape);
-    pHost->Widget()->close();
-    EXPECT_EQ(m_commands, (Commands{{IDC_OK, 0}, {IDC_CANCEL, 0}, {IDC_CANCEL, 0}, {IDC_CANCEL, 0}}));
+    EXPECT_EQ(m_commands, (Commands{{IDC_OK, 0}, {IDC_CANCEL, 0}, {IDC_CANCEL, 0}}));
     EXPECT_TRUE(pHost->Widget()->isVisible());  // the form decides
 
-    auto pBare = QtDialogHost::CreateWindowed(m_ui, nullptr);  // no handler: the close box closes it
-    m_ui.Post([&] { pBare->Widget()->close(); });
-    EXPECT_EQ(pBare->RunModal(), IDC_CANCEL);
-    EXPECT_FALSE(pBare->Widget()->isVisible());
+    m_ui.Post([&] { pHost->Widget()->close(); });
+    EXPECT_EQ(pHost->RunModal(), IDC_CANCEL);
+    EXPECT_EQ(m_commands.back(), std::make_pair(IDC_CANCEL, 0));
+    EXPECT_FALSE(pHost->Widget()->isVisible());
 }
 
 TEST_F(QtDialogHostTest, ModalDialogsEndWithTheirOwnCodes) {
@@ -283,6 +331,40 @@ TEST_F(QtDialogHostTest, TabFollowsTheTemplateAndCursorKeysMoveBetweenControls) 
     pHost->ControlWidget(IDC_CONNECT)->setFocus();
     QTest::keyClick(pHost->ControlWidget(IDC_CONNECT), Qt::Key_Down);
     EXPECT_EQ(Focused(*pHost), QString::number(IDC_ACQUIRE));
+}
+
+// Pages behind tabs named by their titles, Enter and Escape acting on the page shown, one modal
+// run for the whole sheet.
+TEST_F(QtDialogHostTest, SheetShowsPagesBehindTabsAndRunsAsOneDialog) {
+    QtSheetHost sheet(m_ui, nullptr);
+    for (std::uint16_t nTemplate : {IDD_PAGE_ACTION, IDD_PAGE_AUTH}) {
+        DialogHost& page = sheet.AddPage();
+        CreateControls(ResourceModule::Program(), nTemplate, page);
+        page.SetCommandHandler([&, nTemplate](int nId, int) { m_commands.emplace_back(nTemplate, nId); });
+    }
+    auto* pTabs = sheet.Widget()->findChild<QTabWidget*>();
+    ASSERT_NE(pTabs, nullptr);
+    EXPECT_EQ(pTabs->tabText(0), QStringLiteral("動作"));
+    EXPECT_EQ(pTabs->tabText(1), QStringLiteral("認証"));
+    sheet.Page(1)->SetTitle(u"認証2");
+    EXPECT_EQ(pTabs->tabText(1), QStringLiteral("認証2"));
+    EXPECT_EQ(sheet.ActivePage(), 0);
+    sheet.SetActivePage(1);
+    sheet.SetActivePage(5);
+    EXPECT_EQ(sheet.ActivePage(), 1);
+
+    m_ui.Post([&] {
+        EXPECT_TRUE(sheet.Page(1)->Widget()->isVisible());
+        EXPECT_FALSE(sheet.Page(0)->Widget()->isVisible());
+        const QSize page = sheet.Page(1)->Widget()->size();
+        EXPECT_TRUE(page.width() >= sheet.Page(1)->FrameSize().width() && page.height() >= sheet.Page(1)->FrameSize().height());
+        QTest::keyClick(sheet.Page(1)->ControlWidget(IDC_PU_HOSTPOP), Qt::Key_Return);
+        QTest::keyClick(sheet.Page(1)->ControlWidget(IDC_PU_HOSTPOP), Qt::Key_Escape);
+        sheet.Widget()->close();
+    });
+    EXPECT_EQ(sheet.RunModal(), IDC_CANCEL);
+    EXPECT_EQ(m_commands, (Commands{{IDD_PAGE_AUTH, IDC_OK}, {IDD_PAGE_AUTH, IDC_CANCEL}}));
+    EXPECT_FALSE(sheet.Widget()->isVisible());
 }
 
 }  // namespace

@@ -47,6 +47,11 @@ TEST(QtMessageBoxTest, IconsButtonsAndAnswersFollowTheStyle) {
         {0x21, B::Question, B::Ok | B::Cancel, Qt::Key_Escape, B::NoButton, 2},
         {0x04, B::Question, B::Yes | B::No, Qt::Key_Return, B::NoButton, 6},
         {0x104, B::Question, B::Yes | B::No, Qt::Key_Return, B::NoButton, 7},  // the second button is the default
+        {0x204, B::Question, B::Yes | B::No, Qt::Key_Return, B::NoButton, 6},  // no third one: the first
+        {0x12, B::Critical, B::Abort | B::Retry | B::Ignore, 0, B::Abort, 3},
+        {0x202, B::NoIcon, B::Abort | B::Retry | B::Ignore, Qt::Key_Return, B::NoButton, 5},
+        {0x05, B::NoIcon, B::Retry | B::Cancel, 0, B::Retry, 4},
+        {0x03, B::NoIcon, B::Yes | B::No | B::Cancel, Qt::Key_Escape, B::NoButton, 2},
     };
     QtUiThread ui;
     QtMessageBox boxes(ui);

@@ -44,28 +44,41 @@ TEST(QtUiThreadTest, NestedRunsEndWithTheirOwnCodes) {
         });
         nInner = ui.RunModal();
         order.push_back(nInner);
+        ui.Post([&] {
+            ui.EndModal(3);  // the innermost run still going: a second nested run
+            ui.EndModal(4);  // and nothing further, for the outer one has ended already
+        });
+        order.push_back(ui.RunModal());
     });
-    const int nOuterCode = ui.RunModal(&nOuter);
-    order.push_back(nOuterCode);
-    EXPECT_EQ(order, (std::vector<int>{2, 1}));
+    order.push_back(ui.RunModal(&nOuter));
+    EXPECT_EQ(order, (std::vector<int>{2, 3, 1}));
 }
 
 TEST(QtUiThreadTest, QuitEndsEveryRunWithItsCodeAndLaterRunsAtOnce) {
     QtUiThread ui;
     int nInner = 0;
     ui.Post([&] {
-        ui.Post([&] { ui.Quit(5); });
-        nInner = ui.RunModal();
+        ui.Post([&] {
+            ui.EndModal(8);  // ends the modal run, not the main one
+            ui.Post([&] { ui.Quit(5); });
+            nInner = ui.RunModal();
+        });
+        EXPECT_EQ(ui.RunModal(), 8);
     });
     EXPECT_EQ(ui.Run(), 5);
     EXPECT_EQ(nInner, 5);
     EXPECT_EQ(ui.RunModal(), 5);
     EXPECT_TRUE(ui.IsQuitting());
 
-    // An event loop ended from outside ends the main run as a Quit would.
+    // The application's loop ended from outside ends every run as a Quit would.
     QtUiThread other;
-    other.Post([] { QCoreApplication::exit(4); });
+    int nModal = 0;
+    other.Post([&] {
+        other.Post([] { QCoreApplication::exit(4); });
+        nModal = other.RunModal();
+    });
     EXPECT_EQ(other.Run(), 4);
+    EXPECT_EQ(nModal, 4);
     EXPECT_EQ(other.RunModal(), 4);
 }
 

@@ -156,6 +156,11 @@ void MemoryDialogHost::ListAddColumn(int nId, const std::u16string& strCaption, 
     if (Control* p = Find(nId)) p->columns.push_back(strCaption);
 }
 
+void MemoryDialogHost::ListSetExtendedStyle(int nId, std::uint32_t nStyle) {
+    std::lock_guard lock(m_mutex);
+    if (Control* p = Find(nId)) p->nListStyle = nStyle;
+}
+
 void MemoryDialogHost::ListReset(int nId) {
     std::lock_guard lock(m_mutex);
     if (Control* p = Find(nId)) {
@@ -222,9 +227,37 @@ TreeItem MemoryDialogHost::TreeInsert(int nId, TreeItem parent, const std::u16st
     Control* p = Find(nId);
     if (!p || p->tree.count(parent) == 0) return 0;
     const TreeItem item = m_nNextItem++;
-    p->tree[item] = Node{parent, strText, bHasChildren, {}};
+    Node& node = p->tree[item];
+    node.parent = parent;
+    node.strText = strText;
+    node.bHasChildren = bHasChildren;
     p->tree[parent].children.push_back(item);
     return item;
+}
+
+void MemoryDialogHost::TreeSetHasChildren(int nId, TreeItem item, bool bHasChildren) {
+    std::lock_guard lock(m_mutex);
+    Control* p = Find(nId);
+    if (p && item != 0 && p->tree.count(item)) p->tree[item].bHasChildren = bHasChildren;
+}
+
+void MemoryDialogHost::TreeSetIcon(int nId, TreeItem item, TreeIcon icon) {
+    std::lock_guard lock(m_mutex);
+    Control* p = Find(nId);
+    if (p && item != 0 && p->tree.count(item)) p->tree[item].icon = icon;
+}
+
+void MemoryDialogHost::TreeExpand(int nId, TreeItem item, bool bExpand) {
+    std::lock_guard lock(m_mutex);
+    Control* p = Find(nId);
+    if (p && item != 0 && p->tree.count(item)) p->tree[item].bExpanded = bExpand;
+}
+
+const MemoryDialogHost::Node* MemoryDialogHost::FindNode(int nId, TreeItem item) const {
+    const Control* p = Find(nId);
+    if (!p) return nullptr;
+    const auto it = p->tree.find(item);
+    return it == p->tree.end() ? nullptr : &it->second;
 }
 
 void MemoryDialogHost::DeleteSubtree(Control& control, TreeItem item) {
@@ -280,6 +313,49 @@ TreeItem MemoryDialogHost::TreeSelection(int nId) const {
 void MemoryDialogHost::SetCommandHandler(std::function<void(int, int)> handler) {
     std::lock_guard lock(m_mutex);
     m_handler = std::move(handler);
+}
+
+void MemoryDialogHost::SetNotifyHandler(std::function<void(const Notification&)> handler) {
+    std::lock_guard lock(m_mutex);
+    m_notifyHandler = std::move(handler);
+}
+
+bool MemoryDialogHost::SetProperty(const std::u16string& strName, void* pValue) {
+    std::lock_guard lock(m_mutex);
+    m_properties[strName] = pValue;
+    return true;
+}
+
+void* MemoryDialogHost::GetProperty(const std::u16string& strName) const {
+    std::lock_guard lock(m_mutex);
+    const auto it = m_properties.find(strName);
+    return it == m_properties.end() ? nullptr : it->second;
+}
+
+void MemoryDialogHost::Notify(const Notification& note) {
+    std::function<void(const Notification&)> handler;
+    {
+        std::lock_guard lock(m_mutex);
+        handler = m_notifyHandler;
+    }
+    if (handler) handler(note);
+}
+
+void MemoryDialogHost::ClickListRow(int nId, int nRow) {
+    ListSetSel(nId, nRow);
+    Notify({nId, notify::kListSelChanged, ListGetSel(nId)});
+}
+
+void MemoryDialogHost::ClickListColumn(int nId, int nColumn) { Notify({nId, notify::kListColumnClick, nColumn}); }
+
+void MemoryDialogHost::ExpandTreeItem(int nId, TreeItem item) {
+    Notify({nId, notify::kTreeExpanding, static_cast<std::intptr_t>(item)});
+    TreeExpand(nId, item, true);
+}
+
+void MemoryDialogHost::CollapseTreeItem(int nId, TreeItem item) {
+    Notify({nId, notify::kTreeCollapsing, static_cast<std::intptr_t>(item)});
+    TreeExpand(nId, item, false);
 }
 
 void MemoryDialogHost::SendCommand(int nId, int nNotify) {
@@ -354,6 +430,36 @@ int MemoryDialogHost::TextLimit(int nId) const {
     return p ? p->nLimit : 0;
 }
 
+std::vector<std::u16string> MemoryDialogHost::ListColumns(int nId) const {
+    std::lock_guard lock(m_mutex);
+    const Control* p = Find(nId);
+    return p ? p->columns : std::vector<std::u16string>();
+}
+
+std::uint32_t MemoryDialogHost::ListExtendedStyle(int nId) const {
+    std::lock_guard lock(m_mutex);
+    const Control* p = Find(nId);
+    return p ? p->nListStyle : 0;
+}
+
+bool MemoryDialogHost::TreeHasChildren(int nId, TreeItem item) const {
+    std::lock_guard lock(m_mutex);
+    const Node* p = FindNode(nId, item);
+    return p && p->bHasChildren;
+}
+
+bool MemoryDialogHost::IsTreeExpanded(int nId, TreeItem item) const {
+    std::lock_guard lock(m_mutex);
+    const Node* p = FindNode(nId, item);
+    return p && p->bExpanded;
+}
+
+TreeIcon MemoryDialogHost::TreeIconOf(int nId, TreeItem item) const {
+    std::lock_guard lock(m_mutex);
+    const Node* p = FindNode(nId, item);
+    return p ? p->icon : TreeIcon::None;
+}
+
 bool MemoryDialogHost::IsClosed() const {
     std::lock_guard lock(m_mutex);
     return m_bClosed;
@@ -366,6 +472,53 @@ int MemoryDialogHost::EndCode() const {
 
 std::unique_ptr<DialogHost> MemoryDialogFactory::CreateDialog(WindowHandle) {
     return std::make_unique<MemoryDialogHost>(m_ui, this);
+}
+
+std::unique_ptr<SheetHost> MemoryDialogFactory::CreateSheet(WindowHandle) {
+    return std::make_unique<MemorySheetHost>(m_ui, this);
+}
+
+MemorySheetHost::MemorySheetHost(UiThread& ui, MemoryDialogFactory* pFactory) : m_ui(ui), m_pFactory(pFactory) {}
+
+WindowHandle MemorySheetHost::Handle() const { return reinterpret_cast<WindowHandle>(this); }
+
+void MemorySheetHost::SetTitle(const std::u16string& strTitle) { m_strTitle = strTitle; }
+
+DialogHost& MemorySheetHost::AddPage() {
+    m_pages.push_back(std::make_unique<MemoryDialogHost>(m_ui));
+    if (m_nActive < 0) m_nActive = 0;
+    return *m_pages.back();
+}
+
+int MemorySheetHost::PageCount() const { return static_cast<int>(m_pages.size()); }
+
+void MemorySheetHost::SetActivePage(int nPage) {
+    if (InRange(nPage, m_pages.size())) m_nActive = nPage;
+}
+
+int MemorySheetHost::ActivePage() const { return m_nActive; }
+
+// The sheet lives on the UI thread only, so it needs no lock of its own.
+int MemorySheetHost::RunModal() {
+    if (m_bClosed) return m_nEndCode;
+    m_bRunning = true;
+    if (m_pFactory) m_pFactory->m_sheets.push_back(this);
+    const int nCode = m_ui.RunModal();
+    if (m_pFactory) std::erase(m_pFactory->m_sheets, this);
+    m_bRunning = false;
+    m_bClosed = true;
+    m_nEndCode = nCode;
+    return nCode;
+}
+
+void MemorySheetHost::Close(int nEndCode) {
+    if (m_bClosed) return;
+    if (m_bRunning) {
+        m_ui.EndModal(nEndCode);
+        return;
+    }
+    m_bClosed = true;
+    m_nEndCode = nEndCode;
 }
 
 }  // namespace vantrel

@@ -1,3 +1,4 @@
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -53,6 +54,27 @@ private:
     int m_fd;
 };
 
+// Calls fnVisit(name, is a folder, is a mount point) for each entry of strFolder but "." and "..",
+// until it returns false. A link counts as what it points to; a mount point is a folder on another
+// device than the folder holding it. False when the folder cannot be listed.
+template <class Visit>
+bool VisitFolders(const std::u16string& strFolder, Visit fnVisit) {
+    const std::string strPath = Utf16ToUtf8(strFolder);
+    DIR* pDir = ::opendir(strPath.c_str());
+    if (!pDir) return false;
+    struct stat parent {};
+    const bool bParent = ::fstat(::dirfd(pDir), &parent) == 0;
+    while (const dirent* pEntry = ::readdir(pDir)) {
+        const std::string strName = pEntry->d_name;
+        if (strName == "." || strName == "..") continue;
+        struct stat st {};
+        if (::fstatat(::dirfd(pDir), pEntry->d_name, &st, 0) != 0 || !S_ISDIR(st.st_mode)) continue;
+        if (!fnVisit(strName, bParent && st.st_dev != parent.st_dev)) break;
+    }
+    ::closedir(pDir);
+    return true;
+}
+
 class PosixFileSystem final : public FileSystem {
 public:
     std::unique_ptr<File> Open(const std::u16string& strPath, OpenMode mode) override {
@@ -83,6 +105,21 @@ public:
         if (strPath.empty()) return false;
         if (::mkdir(Utf16ToUtf8(strPath).c_str(), 0755) == 0) return true;
         return errno == EEXIST && IsDirectory(strPath);
+    }
+    bool ListDirectories(const std::u16string& strFolder, std::vector<DirectoryEntry>& entries) override {
+        entries.clear();
+        return VisitFolders(strFolder, [&](const std::string& strName, bool bMountPoint) {
+            entries.push_back(DirectoryEntry{Utf8ToUtf16(strName), bMountPoint});
+            return true;
+        });
+    }
+    bool HasDirectories(const std::u16string& strFolder) override {
+        bool bFound = false;
+        VisitFolders(strFolder, [&](const std::string&, bool) {
+            bFound = true;
+            return false;
+        });
+        return bFound;
     }
 };
 

@@ -148,18 +148,18 @@ QWidget* MakeTextEdit(const ControlSpec& spec, QWidget* pParent) {
 }
 
 QWidget* MakeListView(const ControlSpec& spec, QWidget* pParent) {
-    // Report view: full-row selection of one row, grid lines, captions that can be dragged into
-    // another order, no editing in place.
+    // Report view: one row selected whole, no editing in place; grid lines and movable captions
+    // come with the extended style.
     auto* p = new QTableWidget(pParent);
     p->setSelectionBehavior(QAbstractItemView::SelectRows);
     p->setSelectionMode(QAbstractItemView::SingleSelection);
     p->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    p->setShowGrid(true);
+    p->setShowGrid(false);
     p->setWordWrap(false);
     p->verticalHeader()->hide();
     p->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     p->verticalHeader()->setDefaultSectionSize(p->fontMetrics().height() + 4);
-    p->horizontalHeader()->setSectionsMovable(true);
+    p->horizontalHeader()->setSectionsClickable(true);
     p->horizontalHeader()->setHighlightSections(false);
     p->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     const bool bReport = (spec.nStyle & kLvsTypeMask) == kLvsReport;

@@ -1,6 +1,7 @@
 #include "platform/qt/QtDialogHost.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QGroupBox>
@@ -12,10 +13,13 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollBar>
+#include <QStyle>
 #include <QTableWidget>
 #include <QTreeWidget>
 #include <QWidget>
 
+#include "platform/qt/QtSheetHost.h"
 #include "platform/qt/QtWindowHandle.h"
 
 namespace vantrel {
@@ -58,6 +62,20 @@ QString CaptionOf(ControlKind kind, const QWidget* pWidget) {
     }
 }
 
+QIcon IconOf(TreeIcon icon) {
+    switch (icon) {
+    case TreeIcon::Program: {
+        const QIcon program = QApplication::windowIcon();
+        return program.isNull() ? QApplication::style()->standardIcon(QStyle::SP_ComputerIcon) : program;
+    }
+    case TreeIcon::Folder: return QApplication::style()->standardIcon(QStyle::SP_DirIcon);
+    case TreeIcon::StorageCard: return QApplication::style()->standardIcon(QStyle::SP_DriveHDIcon);
+    default: return QIcon();
+    }
+}
+
+TreeItem HandleOf(const QTreeWidgetItem* pItem) { return pItem->data(0, Qt::UserRole).toULongLong(); }
+
 int LogicalDpi(const QWidget* pWidget) {
     const QScreen* pScreen = pWidget->screen();
     return pScreen ? qRound(pScreen->logicalDotsPerInchY()) : 96;
@@ -71,6 +89,9 @@ class QtDialogHost::Surface final : public QWidget {
 public:
     Surface(QtDialogHost& host, QWidget* pParent, Qt::WindowFlags flags) : QWidget(pParent, flags), m_host(host) {}
 
+    // What a sheet's tabs or a window's layout give the form: its template frame.
+    QSize sizeHint() const override { return m_host.FrameSize(); }
+
 protected:
     void resizeEvent(QResizeEvent* pEvent) override {
         QWidget::resizeEvent(pEvent);
@@ -78,15 +99,16 @@ protected:
     }
     void closeEvent(QCloseEvent* pEvent) override {
         pEvent->ignore();
-        m_host.OnCloseRequest();
+        m_host.OnCloseBox();
     }
     void keyPressEvent(QKeyEvent* pEvent) override {
-        const bool bWindow = isWindow() && pEvent->modifiers() == Qt::NoModifier;
-        if (bWindow && pEvent->key() == Qt::Key_Escape) {
-            m_host.OnCloseRequest();
+        const bool bDialogKeys = m_host.m_placement != Placement::Embedded &&
+                                 (pEvent->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+        if (bDialogKeys && pEvent->key() == Qt::Key_Escape) {
+            m_host.OnEscape();
             return;
         }
-        if (bWindow && (pEvent->key() == Qt::Key_Return || pEvent->key() == Qt::Key_Enter)) {
+        if (bDialogKeys && (pEvent->key() == Qt::Key_Return || pEvent->key() == Qt::Key_Enter)) {
             m_host.OnEnter();
             return;
         }
@@ -105,15 +127,21 @@ private:
 };
 
 std::unique_ptr<QtDialogHost> QtDialogHost::CreateWindowed(QtUiThread& ui, QWidget* pOwner) {
-    return std::unique_ptr<QtDialogHost>(new QtDialogHost(ui, pOwner ? pOwner->window() : nullptr, true));
+    return std::unique_ptr<QtDialogHost>(new QtDialogHost(ui, pOwner ? pOwner->window() : nullptr, Placement::Window));
 }
 
 std::unique_ptr<QtDialogHost> QtDialogHost::CreateEmbedded(QtUiThread& ui, QWidget* pParent) {
-    return std::unique_ptr<QtDialogHost>(new QtDialogHost(ui, pParent, false));
+    return std::unique_ptr<QtDialogHost>(new QtDialogHost(ui, pParent, Placement::Embedded));
 }
 
-QtDialogHost::QtDialogHost(QtUiThread& ui, QWidget* pParent, bool bWindowed)
-    : m_ui(ui), m_pSurface(new Surface(*this, pParent, bWindowed ? Qt::Dialog : Qt::Widget)), m_bWindowed(bWindowed) {
+std::unique_ptr<QtDialogHost> QtDialogHost::CreatePage(QtUiThread& ui) {
+    return std::unique_ptr<QtDialogHost>(new QtDialogHost(ui, nullptr, Placement::Page));
+}
+
+QtDialogHost::QtDialogHost(QtUiThread& ui, QWidget* pParent, Placement placement)
+    : m_ui(ui),
+      m_pSurface(new Surface(*this, pParent, placement == Placement::Window ? Qt::Dialog : Qt::Widget)),
+      m_placement(placement) {
     m_font = MakeTemplateFont(QString(), 0, LogicalDpi(m_pSurface));
 }
 
@@ -171,8 +199,7 @@ void QtDialogHost::Place(const Control& control) const {
 void QtDialogHost::Relayout() {
     if (!m_pSurface) return;
     const TemplateFont font = MakeTemplateFont(ToQt(m_frame.strFace), m_frame.nPointSize, LogicalDpi(m_pSurface));
-    if (font.font != m_font.font || font.units.nHorizontal != m_font.units.nHorizontal ||
-        font.units.nVertical != m_font.units.nVertical) {
+    if (font.font != m_font.font) {  // another screen, another DPI
         m_font = font;
         m_pSurface->setFont(m_font.font);
     }
@@ -232,11 +259,11 @@ void QtDialogHost::Connect(Control& control) {
     case ControlKind::CheckBox:
     case ControlKind::RadioButton:
         QObject::connect(static_cast<QAbstractButton*>(pWidget), &QAbstractButton::clicked, pWidget,
-                         [this, nId] { Notify(nId, notify::kClicked); });
+                         [this, nId] { Command(nId, command::kClicked); });
         break;
     case ControlKind::LineEdit:
         QObject::connect(static_cast<QLineEdit*>(pWidget), &QLineEdit::textEdited, pWidget,
-                         [this, nId] { Notify(nId, notify::kEditChange); });
+                         [this, nId] { Command(nId, command::kEditChange); });
         break;
     case ControlKind::TextEdit: {
         auto* pEdit = static_cast<QPlainTextEdit*>(pWidget);
@@ -248,28 +275,39 @@ void QtDialogHost::Connect(Control& control) {
                 pEdit->setPlainText(ToWidgetLines(Truncated(strText, control.nLimit)));
                 pEdit->moveCursor(QTextCursor::End);
             }
-            Notify(nId, notify::kEditChange);
+            Command(nId, command::kEditChange);
         });
         break;
     }
     case ControlKind::ComboBox:
         QObject::connect(static_cast<QComboBox*>(pWidget), &QComboBox::currentIndexChanged, pWidget,
-                         [this, nId] { Notify(nId, notify::kSelChange); });
+                         [this, nId] { Command(nId, command::kSelChange); });
         break;
     case ControlKind::ListBox:
         QObject::connect(static_cast<QListWidget*>(pWidget), &QListWidget::currentRowChanged, pWidget,
-                         [this, nId] { Notify(nId, notify::kSelChange); });
+                         [this, nId] { Command(nId, command::kSelChange); });
         QObject::connect(static_cast<QListWidget*>(pWidget), &QListWidget::itemDoubleClicked, pWidget,
-                         [this, nId] { Notify(nId, notify::kDblClk); });
+                         [this, nId] { Command(nId, command::kDblClk); });
         break;
-    case ControlKind::ListView:
-        QObject::connect(static_cast<QTableWidget*>(pWidget), &QTableWidget::itemSelectionChanged, pWidget,
-                         [this, nId] { Notify(nId, notify::kListItemChanged); });
+    case ControlKind::ListView: {
+        auto* pTable = static_cast<QTableWidget*>(pWidget);
+        QObject::connect(pTable, &QTableWidget::itemSelectionChanged, pWidget,
+                         [this, nId] { Notify({nId, notify::kListSelChanged, ListGetSel(nId)}); });
+        QObject::connect(pTable->horizontalHeader(), &QHeaderView::sectionClicked, pWidget,
+                         [this, nId](int nColumn) { Notify({nId, notify::kListColumnClick, nColumn}); });
         break;
-    case ControlKind::TreeView:
-        QObject::connect(static_cast<QTreeWidget*>(pWidget), &QTreeWidget::itemSelectionChanged, pWidget,
-                         [this, nId] { Notify(nId, notify::kTreeSelChanged); });
+    }
+    case ControlKind::TreeView: {
+        auto* pTree = static_cast<QTreeWidget*>(pWidget);
+        // Qt reports after the fact; the children the form inserts now show at once all the same.
+        QObject::connect(pTree, &QTreeWidget::itemExpanded, pWidget, [this, nId](QTreeWidgetItem* pItem) {
+            Notify({nId, notify::kTreeExpanding, static_cast<std::intptr_t>(HandleOf(pItem))});
+        });
+        QObject::connect(pTree, &QTreeWidget::itemCollapsed, pWidget, [this, nId](QTreeWidgetItem* pItem) {
+            Notify({nId, notify::kTreeCollapsing, static_cast<std::intptr_t>(HandleOf(pItem))});
+        });
         break;
+    }
     default: break;
     }
 }
@@ -280,16 +318,37 @@ bool QtDialogHost::HasControl(int nId) const { return Find(nId) != nullptr; }
 
 void QtDialogHost::SetCommandHandler(std::function<void(int, int)> handler) { m_handler = std::move(handler); }
 
-void QtDialogHost::Notify(int nId, int nNotify) {
-    if (m_nQuiet) return;
-    const std::function<void(int, int)> handler = m_handler;  // the handler may replace itself
-    if (handler) handler(nId, nNotify);
+void QtDialogHost::SetNotifyHandler(std::function<void(const Notification&)> handler) {
+    m_notifyHandler = std::move(handler);
 }
 
-void QtDialogHost::OnCloseRequest() {
-    // A dialog without a handler still closes, or its close box would do nothing.
-    if (m_handler) Notify(kIdCancel, notify::kClicked);
-    else Close(kIdCancel);
+void QtDialogHost::Command(int nId, int nCode) {
+    if (m_nQuiet) return;
+    const std::function<void(int, int)> handler = m_handler;  // the handler may replace itself
+    if (handler) handler(nId, nCode);
+}
+
+void QtDialogHost::Notify(const Notification& note) {
+    if (m_nQuiet) return;
+    const std::function<void(const Notification&)> handler = m_notifyHandler;
+    if (handler) handler(note);
+}
+
+bool QtDialogHost::SetProperty(const std::u16string& strName, void* pValue) {
+    m_properties[strName] = pValue;
+    return true;
+}
+
+void* QtDialogHost::GetProperty(const std::u16string& strName) const {
+    const auto it = m_properties.find(strName);
+    return it == m_properties.end() ? nullptr : it->second;
+}
+
+void QtDialogHost::OnEscape() { Command(kIdCancel, command::kClicked); }
+
+void QtDialogHost::OnCloseBox() {
+    Command(kIdCancel, command::kClicked);
+    Close(kIdCancel);
 }
 
 void QtDialogHost::OnEnter() {
@@ -305,7 +364,7 @@ void QtDialogHost::OnEnter() {
         if (pButton->isEnabled() && pButton->isVisible()) pButton->click();
         return;
     }
-    Notify(kIdOk, notify::kClicked);
+    Command(kIdOk, command::kClicked);
 }
 
 bool QtDialogHost::OnArrow(const Control& control, int nKey) {
@@ -329,7 +388,7 @@ bool QtDialogHost::OnArrow(const Control& control, int nKey) {
 int QtDialogHost::RunModal() {
     if (m_bClosed || !m_pSurface) return m_nEndCode;  // closed while it was being opened
     m_bRunning = true;
-    if (m_bWindowed) {
+    if (m_placement == Placement::Window) {
         m_pSurface->setWindowModality(Qt::ApplicationModal);
         if (const QWidget* pOwner = m_pSurface->parentWidget()) {
             // Centred over its owner, yet whole on the owner's screen (a wide dialog over a
@@ -351,7 +410,7 @@ int QtDialogHost::RunModal() {
     m_bRunning = false;
     m_bClosed = true;
     m_nEndCode = nCode;
-    if (m_bWindowed && m_pSurface) m_pSurface->hide();
+    if (m_placement == Placement::Window && m_pSurface) m_pSurface->hide();
     return nCode;
 }
 
@@ -432,6 +491,7 @@ void QtDialogHost::CaretToEnd(int nId) {
         auto* pEdit = static_cast<QPlainTextEdit*>(p->pWidget);
         pEdit->moveCursor(QTextCursor::End);
         pEdit->ensureCursorVisible();
+        pEdit->verticalScrollBar()->setValue(pEdit->verticalScrollBar()->maximum());  // the whole last line
     }
 }
 
@@ -525,7 +585,15 @@ void QtDialogHost::ListAddColumn(int nId, const std::u16string& strCaption, int 
     const int nColumn = pTable->columnCount();
     pTable->setColumnCount(nColumn + 1);
     pTable->setHorizontalHeaderItem(nColumn, new QTableWidgetItem(ToQt(strCaption)));
-    if (nWidth > 0) pTable->setColumnWidth(nColumn, nWidth);
+    if (nWidth > 0) pTable->setColumnWidth(nColumn, m_font.units.X(nWidth));
+}
+
+void QtDialogHost::ListSetExtendedStyle(int nId, std::uint32_t nStyle) {
+    Control* p = Find(nId);
+    auto* pTable = p ? qobject_cast<QTableWidget*>(p->pWidget) : nullptr;
+    if (!pTable) return;
+    pTable->setShowGrid(nStyle & lvs::kGridLines);
+    pTable->horizontalHeader()->setSectionsMovable(nStyle & lvs::kHeaderDragDrop);
 }
 
 void QtDialogHost::ListReset(int nId) {
@@ -628,11 +696,32 @@ TreeItem QtDialogHost::TreeInsert(int nId, TreeItem parent, const std::u16string
     return item;
 }
 
+void QtDialogHost::TreeSetHasChildren(int nId, TreeItem item, bool bHasChildren) {
+    Control* p = Find(nId);
+    QTreeWidgetItem* pItem = p && item != 0 ? TreeItemOf(*p, item) : nullptr;
+    if (pItem)
+        pItem->setChildIndicatorPolicy(bHasChildren ? QTreeWidgetItem::ShowIndicator : QTreeWidgetItem::DontShowIndicatorWhenChildless);
+}
+
+void QtDialogHost::TreeSetIcon(int nId, TreeItem item, TreeIcon icon) {
+    Control* p = Find(nId);
+    QTreeWidgetItem* pItem = p && item != 0 ? TreeItemOf(*p, item) : nullptr;
+    if (pItem) pItem->setIcon(0, IconOf(icon));
+}
+
+void QtDialogHost::TreeExpand(int nId, TreeItem item, bool bExpand) {
+    Control* p = Find(nId);
+    QTreeWidgetItem* pItem = p && item != 0 ? TreeItemOf(*p, item) : nullptr;
+    if (!pItem) return;
+    Quiet quiet(m_nQuiet);
+    pItem->setExpanded(bExpand);
+}
+
 void QtDialogHost::ForgetSubtree(Control& control, QTreeWidgetItem* pItem) {
     for (int i = 0; i < pItem->childCount(); ++i) {
         QTreeWidgetItem* pChild = pItem->child(i);
         ForgetSubtree(control, pChild);
-        control.items.erase(pChild->data(0, Qt::UserRole).toULongLong());
+        control.items.erase(HandleOf(pChild));
     }
 }
 
@@ -645,14 +734,14 @@ void QtDialogHost::TreeDeleteChildren(int nId, TreeItem item) {
     ForgetSubtree(*p, pItem);
     qDeleteAll(pItem->takeChildren());
     // The selection does not move to another item when its own goes.
-    if (selected != 0 && p->items.count(selected) == 0) static_cast<QTreeWidget*>(p->pWidget)->clearSelection();
+    if (p->items.count(selected) == 0) static_cast<QTreeWidget*>(p->pWidget)->clearSelection();
 }
 
 std::vector<TreeItem> QtDialogHost::TreeChildren(int nId, TreeItem item) const {
     const Control* p = Find(nId);
     const QTreeWidgetItem* pItem = p ? TreeItemOf(*p, item) : nullptr;
     std::vector<TreeItem> children;
-    for (int i = 0; pItem && i < pItem->childCount(); ++i) children.push_back(pItem->child(i)->data(0, Qt::UserRole).toULongLong());
+    for (int i = 0; pItem && i < pItem->childCount(); ++i) children.push_back(HandleOf(pItem->child(i)));
     return children;
 }
 
@@ -665,7 +754,7 @@ std::u16string QtDialogHost::TreeText(int nId, TreeItem item) const {
 TreeItem QtDialogHost::TreeParent(int nId, TreeItem item) const {
     const Control* p = Find(nId);
     const QTreeWidgetItem* pItem = p && item != 0 ? TreeItemOf(*p, item) : nullptr;
-    return pItem && pItem->parent() ? pItem->parent()->data(0, Qt::UserRole).toULongLong() : 0;
+    return pItem && pItem->parent() ? HandleOf(pItem->parent()) : 0;
 }
 
 void QtDialogHost::TreeSelect(int nId, TreeItem item) {
@@ -687,11 +776,15 @@ TreeItem QtDialogHost::TreeSelection(int nId) const {
     const auto* pTree = p ? qobject_cast<const QTreeWidget*>(p->pWidget) : nullptr;
     if (!pTree) return 0;
     const QList<QTreeWidgetItem*> selected = pTree->selectedItems();
-    return selected.isEmpty() ? 0 : selected.front()->data(0, Qt::UserRole).toULongLong();
+    return selected.isEmpty() ? 0 : HandleOf(selected.front());
 }
 
 std::unique_ptr<DialogHost> QtDialogFactory::CreateDialog(WindowHandle hOwner) {
     return QtDialogHost::CreateWindowed(m_ui, WidgetOfHandle(hOwner));
+}
+
+std::unique_ptr<SheetHost> QtDialogFactory::CreateSheet(WindowHandle hOwner) {
+    return std::make_unique<QtSheetHost>(m_ui, WidgetOfHandle(hOwner));
 }
 
 }  // namespace vantrel

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <string>
 
 #include "platform/qt/DialogUnits.h"
 #include "platform/qt/QtControls.h"
@@ -28,8 +29,14 @@ namespace vantrel {
 // keys move the focus to the next (Down, Right) or previous (Up, Left) tab stop in template order,
 // wrapping around, except where the control needs them itself: Up and Down stay with combo boxes,
 // lists, trees and multi-line edits; Left and Right stay with everything but buttons, check boxes
-// and radio buttons. In a dialog window Enter presses the focused push button or else the default
-// one, and Escape or the close box are command IDCANCEL.
+// and radio buttons. In a dialog window or a sheet page Enter presses the focused push button or
+// else the default one, and Escape is command IDCANCEL. The close box of a dialog window sends
+// command IDCANCEL too, so that the form cancels what it started, then ends the run with 2 if the
+// form left it running.
+//
+// List views show whole rows selected; grid lines and dragging the captions follow the extended
+// style. Tree icons are the style's folder and drive pictures, and the application's window icon
+// for the program.
 //
 // Accessibility: buttons, check boxes, group boxes and labels are named by their own caption. Any
 // other control takes the text of a static label that comes just before it in the template (the
@@ -41,6 +48,8 @@ public:
     static std::unique_ptr<QtDialogHost> CreateWindowed(QtUiThread& ui, QWidget* pOwner);
     // A form inside pParent, which places it: the main window's content.
     static std::unique_ptr<QtDialogHost> CreateEmbedded(QtUiThread& ui, QWidget* pParent);
+    // A page of a sheet: embedded, with the Enter and Escape keys of a dialog.
+    static std::unique_ptr<QtDialogHost> CreatePage(QtUiThread& ui);
     ~QtDialogHost() override;
 
     // The widget that holds the controls (for a windowed dialog, the window).
@@ -76,6 +85,7 @@ public:
     int ComboGetSel(int nId) const override;
 
     void ListAddColumn(int nId, const std::u16string& strCaption, int nWidth) override;
+    void ListSetExtendedStyle(int nId, std::uint32_t nStyle) override;
     void ListReset(int nId) override;
     int ListInsertRow(int nId, int nRow, const std::vector<std::u16string>& cells) override;
     void ListSetCell(int nId, int nRow, int nColumn, const std::u16string& strText) override;
@@ -86,6 +96,9 @@ public:
     int ListGetSel(int nId) const override;
 
     TreeItem TreeInsert(int nId, TreeItem parent, const std::u16string& strText, bool bHasChildren) override;
+    void TreeSetHasChildren(int nId, TreeItem item, bool bHasChildren) override;
+    void TreeSetIcon(int nId, TreeItem item, TreeIcon icon) override;
+    void TreeExpand(int nId, TreeItem item, bool bExpand) override;
     void TreeDeleteChildren(int nId, TreeItem item) override;
     std::vector<TreeItem> TreeChildren(int nId, TreeItem item) const override;
     std::u16string TreeText(int nId, TreeItem item) const override;
@@ -94,6 +107,9 @@ public:
     TreeItem TreeSelection(int nId) const override;
 
     void SetCommandHandler(std::function<void(int nId, int nNotify)> handler) override;
+    void SetNotifyHandler(std::function<void(const Notification& note)> handler) override;
+    bool SetProperty(const std::u16string& strName, void* pValue) override;
+    void* GetProperty(const std::u16string& strName) const override;
     int RunModal() override;
     void Close(int nEndCode) override;
 
@@ -110,7 +126,8 @@ private:
         std::map<TreeItem, QTreeWidgetItem*> items;
     };
 
-    QtDialogHost(QtUiThread& ui, QWidget* pParent, bool bWindowed);
+    enum class Placement { Window, Embedded, Page };
+    QtDialogHost(QtUiThread& ui, QWidget* pParent, Placement placement);
 
     Control* Find(int nId);
     const Control* Find(int nId) const;
@@ -118,8 +135,10 @@ private:
     void Relayout();
     void Connect(Control& control);
     void UpdateAccessibleName(const Control& control) const;
-    void Notify(int nId, int nNotify);
-    void OnCloseRequest();
+    void Command(int nId, int nCode);
+    void Notify(const Notification& note);
+    void OnCloseBox();
+    void OnEscape();
     void OnEnter();
     bool OnArrow(const Control& control, int nKey);
     const Control* ControlOf(const QObject* pWidget) const;
@@ -128,12 +147,14 @@ private:
 
     QtUiThread& m_ui;
     QPointer<Surface> m_pSurface;
-    bool m_bWindowed;
+    Placement m_placement;
     DialogFrame m_frame;
     TemplateFont m_font;
     std::deque<Control> m_controls;  // in template order; deque keeps their addresses
     std::map<int, Control*> m_byId;
     std::function<void(int, int)> m_handler;
+    std::function<void(const Notification&)> m_notifyHandler;
+    std::map<std::u16string, void*> m_properties;
     int m_nQuiet = 0;  // inside a setter: the widgets' signals are not the user's doing
     TreeItem m_nNextItem = 1;
     QtUiThread::RunId m_nRun = 0;
@@ -142,11 +163,12 @@ private:
     int m_nEndCode = 0;
 };
 
-// Makes dialog windows over the owner a handle names.
+// Makes dialog windows and sheets over the owner a handle names.
 class QtDialogFactory final : public DialogFactory {
 public:
     explicit QtDialogFactory(QtUiThread& ui) : m_ui(ui) {}
     std::unique_ptr<DialogHost> CreateDialog(WindowHandle hOwner) override;
+    std::unique_ptr<SheetHost> CreateSheet(WindowHandle hOwner) override;
 
 private:
     QtUiThread& m_ui;

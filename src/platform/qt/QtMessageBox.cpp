@@ -40,13 +40,12 @@ std::vector<Choice> ChoicesOf(std::uint32_t nFlags) {
     }
 }
 
-// The answer of Escape, the close box and a Quit: the choice that does nothing.
+// The answer of Escape, the close box and a Quit: Cancel, else No, else the first button.
 int EscapeAnswer(const std::vector<Choice>& choices) {
-    for (const Choice& c : choices)
-        if (c.nAnswer == mb::kIdCancel) return c.nAnswer;
-    for (const Choice& c : choices)
-        if (c.nAnswer == mb::kIdNo) return c.nAnswer;
-    return choices.size() == 1 ? choices.front().nAnswer : mb::kIdCancel;
+    for (int nAnswer : {mb::kIdCancel, mb::kIdNo})
+        for (const Choice& c : choices)
+            if (c.nAnswer == nAnswer) return nAnswer;
+    return choices.front().nAnswer;
 }
 
 QMessageBox::Icon IconOf(std::uint32_t nFlags) {
@@ -72,7 +71,6 @@ int QtMessageBox::Show(WindowHandle hOwner, const std::u16string& strText, const
                        std::uint32_t nFlags) {
     QWidget* pOwner = WidgetOfHandle(hOwner);
     QPointer<QMessageBox> pBox = new QMessageBox(pOwner ? pOwner->window() : nullptr);
-    pBox->setAttribute(Qt::WA_DeleteOnClose, false);
     pBox->setWindowModality(pOwner ? Qt::WindowModal : Qt::ApplicationModal);
     pBox->setWindowTitle(PlainText(strCaption));
     pBox->setTextFormat(Qt::PlainText);  // a message may hold "<" and URLs, never markup

@@ -12,7 +12,7 @@ class QtUiThread;
 // Retry/Cancel; the default button by 0x100/0x200. Icon by the style's icon bits: 0x10 stop,
 // 0x20 question, 0x30 warning, 0x40 information; a Yes/No box without icon bits shows the question
 // icon. Answers are the Windows codes (IDOK 1 ... IDNO 7). Escape and the close box give Cancel
-// where there is one, No on a Yes/No box and OK on an OK box; a Quit gives the same answer.
+// where there is one, else No, else the first button (OK, Abort); a Quit gives the same answer.
 class QtMessageBox final : public MessageBoxHost {
 public:
     explicit QtMessageBox(QtUiThread& ui) : m_ui(ui) {}
