@@ -25,6 +25,9 @@ import tempfile
 import threading
 import time
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "gui"))
+from settings_file import write_settings  # noqa: E402
+
 POSITION = "N35.39.29.000E139.44.51.000/1"
 TARGET_EXPAND_MS = 20.0
 TARGET_SEND_RATIO = 1.2
@@ -90,17 +93,6 @@ class QuietServer:
         self.url = f"http://127.0.0.1:{self.httpd.server_port}/send"
 
 
-def settings(vantrel, home, changes):
-    path = os.path.join(home, "default.ini")
-    subprocess.run([vantrel, "save-settings", path], env={"VANTREL_HOME": home}, check=True)
-    with open(path, encoding="utf-16") as f:
-        lines = f.read().splitlines()
-    lines = [f"{line.split('=', 1)[0]}={changes[line.split('=', 1)[0]]}"
-             if "=" in line and line.split("=", 1)[0] in changes else line for line in lines]
-    with open(path, "w", encoding="utf-16-le", newline="") as f:
-        f.write("\ufeff" + "\r\n".join(lines) + "\r\n")
-
-
 def main():
     args = sys.argv[1:]
     runs = 40
@@ -113,7 +105,7 @@ def main():
     home = tempfile.mkdtemp(prefix="vantrel-bench-")
     try:
         server = QuietServer()
-        settings(vantrel, home, {
+        write_settings(vantrel, home, {
             "URLINDEX": "0", "URL0": f"local;{server.url};nl=$nl",
             "HTTPSEND": "TRUE", "BROWSERSEND": "FALSE", "MAILSEND": "FALSE", "GMMSEND": "FALSE",
             "AUTOCONNECT": "FALSE", "CONNECTWAIT": "0", "NOMSG": "TRUE", "OUTPUTMSGFILE": "FALSE"})

@@ -16,13 +16,13 @@ One desktop (Xvfb, a session bus, a tray host) for every step, in this order:
 
 import http.server
 import os
-import subprocess
 import sys
 import threading
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from desktop import Desktop, wait_for  # noqa: E402
+from settings_file import write_settings  # noqa: E402
 
 POSITION_NL = "35.39.29.000"  # what the emulated module reports by default
 MENU = ["取得", "取得/送信", "-", "開く", "保存", "-", "位置情報をクリップボードへコピー", "位置情報で新規メールを作成",
@@ -54,20 +54,6 @@ class SlowServer:
         self.httpd = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
         threading.Thread(target=self.httpd.serve_forever, daemon=True).start()
         self.url = f"http://127.0.0.1:{self.httpd.server_port}/send"
-
-
-def write_settings(vantrel, home, changes):
-    """default.ini in the program folder: the program's own defaults with changes applied."""
-    path = os.path.join(home, "default.ini")
-    subprocess.run([vantrel, "save-settings", path], env={"VANTREL_HOME": home, "PATH": "/usr/bin:/bin"}, check=True)
-    with open(path, encoding="utf-16") as f:
-        lines = f.read().splitlines()
-    keys = {line.split("=", 1)[0] for line in lines if "=" in line}
-    lines = [f"{line.split('=', 1)[0]}={changes[line.split('=', 1)[0]]}"
-             if "=" in line and line.split("=", 1)[0] in changes else line for line in lines]
-    lines += [f"{k}={v}" for k, v in changes.items() if k not in keys]
-    with open(path, "w", encoding="utf-16-le", newline="") as f:
-        f.write("\ufeff" + "\r\n".join(lines) + "\r\n")
 
 
 def step(name):
