@@ -70,17 +70,17 @@ DialogHost& QtSheetHost::AddPage() {
     m_pages.push_back(QtDialogHost::CreatePage(m_ui));
     QWidget* pPage = m_pages.back()->Widget();
     pPage->installEventFilter(m_pWindow);
-    if (m_pTabs) m_pTabs->addTab(pPage, pPage->windowTitle());
+    m_pTabs->addTab(pPage, pPage->windowTitle());
     return *m_pages.back();
 }
 
 int QtSheetHost::PageCount() const { return static_cast<int>(m_pages.size()); }
 
 void QtSheetHost::SetActivePage(int nPage) {
-    if (m_pTabs && nPage >= 0 && nPage < PageCount()) m_pTabs->setCurrentIndex(nPage);
+    if (nPage >= 0 && nPage < PageCount()) m_pTabs->setCurrentIndex(nPage);
 }
 
-int QtSheetHost::ActivePage() const { return m_pTabs ? m_pTabs->currentIndex() : -1; }
+int QtSheetHost::ActivePage() const { return m_pTabs->currentIndex(); }
 
 int QtSheetHost::RunModal() {
     if (m_bClosed || !m_pWindow) return m_nEndCode;

@@ -40,7 +40,7 @@ private:
 
     QtUiThread& m_ui;
     QPointer<Window> m_pWindow;
-    QTabWidget* m_pTabs = nullptr;
+    QTabWidget* m_pTabs = nullptr;  // a child of the window, which lives as long as the sheet
     std::vector<std::unique_ptr<QtDialogHost>> m_pages;
     QtUiThread::RunId m_nRun = 0;
     bool m_bRunning = false;
