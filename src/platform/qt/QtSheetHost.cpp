@@ -41,7 +41,7 @@ private:
 };
 
 QtSheetHost::QtSheetHost(QtUiThread& ui, QWidget* pOwner)
-    : m_ui(ui), m_pWindow(new Window(*this, pOwner ? pOwner->window() : nullptr)) {
+    : m_ui(ui), m_pWindow(new Window(*this, pOwner ? pOwner->window() : nullptr)), m_run(ui) {
     auto* pLayout = new QVBoxLayout(m_pWindow);
     pLayout->setContentsMargins(0, 0, 0, 0);
     m_pTabs = new QTabWidget(m_pWindow);
@@ -49,7 +49,6 @@ QtSheetHost::QtSheetHost(QtUiThread& ui, QWidget* pOwner)
 }
 
 QtSheetHost::~QtSheetHost() {
-    if (m_bRunning) m_ui.EndRun(m_nRun, m_nEndCode);
     m_pages.clear();  // each page takes its tab with it
     delete m_pWindow.data();
 }
@@ -83,31 +82,11 @@ void QtSheetHost::SetActivePage(int nPage) {
 int QtSheetHost::ActivePage() const { return m_pTabs->currentIndex(); }
 
 int QtSheetHost::RunModal() {
-    if (m_bClosed || !m_pWindow) return m_nEndCode;
-    m_bRunning = true;
-    m_pWindow->adjustSize();  // room for the largest page
-    m_pWindow->setWindowModality(Qt::ApplicationModal);
-    if (const QWidget* pOwner = m_pWindow->parentWidget())
-        m_pWindow->move(pOwner->window()->frameGeometry().center() - m_pWindow->rect().center());
-    m_pWindow->show();
-    m_pWindow->raise();
-    m_pWindow->activateWindow();
-    const int nCode = m_ui.RunModal(&m_nRun);
-    m_bRunning = false;
-    m_bClosed = true;
-    m_nEndCode = nCode;
-    if (m_pWindow) m_pWindow->hide();
-    return nCode;
+    if (!m_pWindow) m_run.Close(kIdCancel);
+    else m_pWindow->adjustSize();  // room for the largest page
+    return m_run.Run(m_pWindow.data());
 }
 
-void QtSheetHost::Close(int nEndCode) {
-    if (m_bClosed) return;
-    if (m_bRunning) {
-        m_ui.EndRun(m_nRun, nEndCode);
-        return;
-    }
-    m_bClosed = true;
-    m_nEndCode = nEndCode;
-}
+void QtSheetHost::Close(int nEndCode) { m_run.Close(nEndCode); }
 
 }  // namespace vantrel
