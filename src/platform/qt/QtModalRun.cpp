@@ -1,7 +1,10 @@
 #include "platform/qt/QtModalRun.h"
 
 #include <QPointer>
+#include <QScreen>
 #include <QWidget>
+
+#include <algorithm>
 
 namespace vantrel {
 
@@ -15,8 +18,18 @@ int QtModalRun::Run(QWidget* pWindow) {
     const QPointer<QWidget> pShown = pWindow;
     if (pWindow) {
         pWindow->setWindowModality(Qt::ApplicationModal);
-        if (const QWidget* pOwner = pWindow->parentWidget())
-            pWindow->move(pOwner->window()->frameGeometry().center() - pWindow->rect().center());
+        if (const QWidget* pOwner = pWindow->parentWidget()) {
+            // Centred over its owner, yet whole on the owner's screen (a wide dialog over a
+            // narrow window would start left of the screen without a window manager to move it).
+            QRect place(pWindow->rect());
+            place.moveCenter(pOwner->window()->frameGeometry().center());
+            if (const QScreen* pScreen = pOwner->screen()) {
+                const QRect avail = pScreen->availableGeometry();
+                place.moveLeft(std::max(avail.left(), std::min(place.left(), avail.right() + 1 - place.width())));
+                place.moveTop(std::max(avail.top(), std::min(place.top(), avail.bottom() + 1 - place.height())));
+            }
+            pWindow->move(place.topLeft());
+        }
         pWindow->show();
         pWindow->raise();
         pWindow->activateWindow();
