@@ -41,6 +41,15 @@ constexpr std::uint32_t kFullRowSelect = 0x20;
 // The picture in front of a tree item; each backend supplies its own.
 enum class TreeIcon { None, Program, Folder, StorageCard };
 
+// The notification code a command carries, with the Win32 values: what the user did to a button,
+// an edit control or a combo box.
+namespace command {
+constexpr int kClicked = 0;         // BN_CLICKED: a button pressed, a check box or radio button clicked
+constexpr int kSelChange = 1;       // CBN_SELCHANGE, LBN_SELCHANGE: another row chosen
+constexpr int kDblClk = 2;          // LBN_DBLCLK: a list-box row double-clicked
+constexpr int kEditChange = 0x300;  // EN_CHANGE: the user changed the text of an edit control
+}  // namespace command
+
 // What the user did to a list view or a tree view, beyond a click (WM_NOTIFY on Win32).
 namespace notify {
 constexpr int kListSelChanged = 1;   // nParam: the row now selected, -1 for none
@@ -117,7 +126,9 @@ public:
     virtual void TreeSelect(int nId, TreeItem item) = 0;
     virtual TreeItem TreeSelection(int nId) const = 0;
 
-    // Clicks arrive as commands (control id, notification code).
+    // Clicks and edits arrive as commands (control id, command::k...). In a dialog window Escape is
+    // command IDCANCEL (2) and Enter presses the default push button (IDOK, 1, when the template has
+    // none), as the dialog manager does.
     virtual void SetCommandHandler(std::function<void(int nId, int nNotify)> handler) = 0;
     // List and tree notifications; the handler runs before the host shows their effect, so
     // children inserted for kTreeExpanding are shown at once.

@@ -1,0 +1,381 @@
+#include <QAccessible>
+#include <QApplication>
+#include <QComboBox>
+#include <QHeaderView>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+#include <QTabWidget>
+#include <QTableWidget>
+#include <QTest>
+#include <QTreeWidget>
+#include <QWidget>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/DialogTemplate.h"
+#include "platform/headless/HeadlessUiThread.h"
+#include "platform/headless/MemoryDialogHost.h"
+#include "platform/qt/QtDialogHost.h"
+#include "platform/qt/QtSheetHost.h"
+#include "resource.h"
+#include "settings/ResourceModule.h"
+#include "support/ManualClock.h"
+
+namespace vantrel {
+namespace {
+
+constexpr std::uint32_t kChild = 0x50010000;  // WS_CHILD | WS_VISIBLE | WS_TABSTOP
+
+using Commands = std::vector<std::pair<int, int>>;
+
+// What a form sees of a host after the same calls; both backends must give the same answers.
+std::u16string Observe(DialogHost& h) {
+    std::u16string log;
+    auto put = [&](const std::u16string& str) { log += str + u'|'; };
+    auto num = [&](long long n) { for (char c : std::to_string(n)) log += static_cast<char16_t>(c); log += u'|'; };
+    h.SetFrame({u"t", u"ＭＳ Ｐゴシック", 8, 173, 185});
+    h.CreateControl({1, u"EDIT", u"", kChild | 0x80, 0, 4, 4, 60, 12});
+    h.CreateControl({2, u"EDIT", u"", kChild | 0x1044, 0, 4, 20, 60, 30});
+    h.CreateControl({3, u"COMBOBOX", u"", kChild | 0x3, 0, 4, 60, 60, 80});
+    h.CreateControl({4, u"SysListView32", u"", kChild | 0x1, 0, 4, 80, 100, 40});
+    h.CreateControl({5, u"SysTreeView32", u"", kChild | 0x7, 0, 4, 130, 100, 40});
+    h.CreateControl({6, u"BUTTON", u"c", kChild | 0x3, 0, 110, 4, 50, 10});
+
+    h.SetTextLimit(1, 4);
+    h.SetText(1, u"abcdef");
+    put(h.GetText(1));
+    h.SetText(2, u"a\r\nb");
+    put(h.GetText(2));
+    put(h.GetText(99)), num(h.HasControl(99)), num(h.ComboGetSel(99)), num(h.ListRowCount(99)), num(h.ComboAdd(99, u"x"));
+    num(h.ListInsertRow(99, 0, {u"x"})), num(h.TreeInsert(99, 0, u"x", false));
+
+    num(h.ComboAdd(3, u"x")), num(h.ComboAdd(3, u"y")), num(h.ComboGetSel(3));
+    h.ComboSetSel(3, 1), num(h.ComboGetSel(3)), put(h.GetText(3));
+    h.ComboSetSel(3, 5), num(h.ComboGetSel(3));
+    h.ComboReset(3), num(h.ComboCount(3)), num(h.ComboGetSel(3));
+
+    h.ListAddColumn(4, u"A", 50);
+    h.ListAddColumn(4, u"B", 50);
+    h.ListSetExtendedStyle(4, lvs::kFullRowSelect | lvs::kGridLines);
+    for (const char16_t* psz : {u"a", u"b", u"c"}) h.ListInsertRow(4, -1, {psz, u"2"});
+    h.ListSetSel(4, 1);
+    num(h.ListInsertRow(4, 0, {u"z"})), num(h.ListGetSel(4)), put(h.ListGetCell(4, 2, 0)), put(h.ListGetCell(4, 0, 1));
+    h.ListDeleteRow(4, 0), num(h.ListGetSel(4));
+    h.ListDeleteRow(4, 1), num(h.ListGetSel(4)), num(h.ListRowCount(4)), put(h.ListGetCell(4, 1, 5));
+    h.ListSetCell(4, 0, 3, u"w"), put(h.ListGetCell(4, 0, 3));
+    h.ListSetCell(4, 0, 0, u"v"), put(h.ListGetCell(4, 0, 0));
+    num(h.ListInsertRow(4, 99, {u"q"})), num(h.ListGetSel(4));
+
+    const TreeItem root = h.TreeInsert(5, 0, u"マイ ポケットPC", true);
+    const TreeItem card = h.TreeInsert(5, root, u"Card", true);
+    const TreeItem deep = h.TreeInsert(5, card, u"Deep", false);
+    h.TreeSetIcon(5, root, TreeIcon::Program), h.TreeSetIcon(5, card, TreeIcon::StorageCard);
+    h.TreeSetHasChildren(5, deep, true), h.TreeExpand(5, root, true), h.TreeExpand(5, card, true);
+    h.TreeSelect(5, deep);
+    num(h.TreeSelection(5) == deep), num(h.TreeParent(5, deep) == card), num(h.TreeParent(5, root));
+    num(h.TreeChildren(5, 0).size()), num(h.TreeChildren(5, root).size());
+    h.TreeDeleteChildren(5, root);
+    num(h.TreeSelection(5)), num(h.TreeChildren(5, root).size()), put(h.TreeText(5, deep)), put(h.TreeText(5, root));
+    h.TreeSelect(5, deep), num(h.TreeSelection(5));
+
+    h.SetCheck(6, true), num(h.GetCheck(6));
+    h.Enable(6, false), num(h.IsEnabled(6));
+    h.Show(6, false), num(h.IsVisible(6));
+
+    int nValue = 0;
+    num(h.SetProperty(u"page", &nValue)), num(h.GetProperty(u"page") == &nValue), num(h.GetProperty(u"other") == nullptr);
+    return log;
+}
+
+class QtDialogHostTest : public testing::Test {
+protected:
+    std::unique_ptr<QtDialogHost> Build(std::uint16_t nTemplate) {
+        auto pHost = QtDialogHost::CreateWindowed(m_ui, nullptr);
+        CreateControls(ResourceModule::Program(), nTemplate, *pHost);
+        pHost->SetCommandHandler([this](int nId, int nNotify) { m_commands.emplace_back(nId, nNotify); });
+        return pHost;
+    }
+    static void ShowActive(QtDialogHost& host) {
+        host.Widget()->show();
+        host.Widget()->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(host.Widget()));
+    }
+    static QString Focused(const QtDialogHost& host) {
+        return host.Widget()->focusWidget() ? host.Widget()->focusWidget()->objectName() : QString();
+    }
+
+    QtUiThread m_ui;
+    Commands m_commands;
+};
+
+TEST_F(QtDialogHostTest, AnswersAsTheInMemoryHostDoes) {
+    test::ManualClock clock;
+    HeadlessUiThread headless(clock);
+    MemoryDialogHost memory(headless);
+    auto pQt = QtDialogHost::CreateWindowed(m_ui, nullptr);
+    Commands none;
+    pQt->SetCommandHandler([&](int nId, int nNotify) { none.emplace_back(nId, nNotify); });
+    pQt->SetNotifyHandler([&](const Notification& note) { none.emplace_back(note.nId, note.nCode); });
+    EXPECT_EQ(Observe(*pQt), Observe(memory));
+    EXPECT_TRUE(none.empty()) << "a setter notified " << none.front().first << '/' << none.front().second;
+}
+
+TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommandsAndNotifications) {
+    auto pHost = QtDialogHost::CreateWindowed(m_ui, nullptr);
+    pHost->SetFrame({u"t", u"ＭＳ Ｐゴシック", 8, 173, 185});
+    pHost->CreateControl({1, u"EDIT", u"", kChild | 0x80, 0, 4, 4, 60, 12});
+    pHost->CreateControl({2, u"EDIT", u"", kChild | 0x1044, 0, 4, 20, 60, 30});
+    pHost->CreateControl({3, u"COMBOBOX", u"", kChild | 0x3, 0, 4, 60, 60, 80});
+    pHost->CreateControl({4, u"SysListView32", u"", kChild | 0x1, 0, 4, 80, 100, 40});
+    pHost->CreateControl({5, u"SysTreeView32", u"", kChild | 0x7, 0, 4, 130, 100, 40});
+    pHost->CreateControl({6, u"BUTTON", u"auto", kChild | 0x3, 0, 110, 4, 50, 10});
+    pHost->CreateControl({7, u"BUTTON", u"plain", kChild | 0x2, 0, 110, 20, 50, 10});
+    pHost->CreateControl({8, u"BUTTON", u"push", kChild, 0, 110, 40, 50, 14});
+    pHost->ComboAdd(3, u"x"), pHost->ComboAdd(3, u"y"), pHost->ComboSetSel(3, 0);
+    pHost->ListAddColumn(4, u"A", 40), pHost->ListAddColumn(4, u"B", 40);
+    pHost->ListInsertRow(4, -1, {u"a"}), pHost->ListInsertRow(4, -1, {u"b"});
+    const TreeItem root = pHost->TreeInsert(5, 0, u"root", true);  // children are listed when it opens
+    TreeItem child = 0;
+    pHost->SetCommandHandler([this](int nId, int nNotify) { m_commands.emplace_back(nId, nNotify); });
+    pHost->SetNotifyHandler([&](const Notification& note) {
+        m_commands.emplace_back(note.nId, note.nCode * 1000 + static_cast<int>(note.nParam));
+        if (note.nCode == notify::kTreeExpanding) child = pHost->TreeInsert(5, root, u"child", false);
+        if (note.nCode == notify::kTreeCollapsing) pHost->TreeDeleteChildren(5, root);
+    });
+    pHost->Widget()->show();
+    auto* pTable = static_cast<QTableWidget*>(pHost->ControlWidget(4));
+    auto* pTree = static_cast<QTreeWidget*>(pHost->ControlWidget(5));
+    const QPoint header(pTable->horizontalHeader()->sectionViewportPosition(1) + 5, 5);
+
+    QTest::keyClicks(pHost->ControlWidget(1), QStringLiteral("ab"));
+    QTest::keyClicks(pHost->ControlWidget(2), QStringLiteral("c"));
+    QTest::keyClick(pHost->ControlWidget(3), Qt::Key_Down);
+    QTest::mouseClick(pTable->viewport(), Qt::LeftButton, {}, pTable->visualRect(pTable->model()->index(1, 0)).center());
+    QTest::mouseClick(pTable->horizontalHeader()->viewport(), Qt::LeftButton, {}, header);
+    pTree->setFocus();
+    pTree->setCurrentItem(pTree->topLevelItem(0));
+    QTest::keyClick(pTree, Qt::Key_Right);  // opens the item
+    const bool bChildShown = child != 0 && pTree->topLevelItem(0)->isExpanded() && pTree->topLevelItem(0)->childCount() == 1;
+    QTest::keyClick(pTree, Qt::Key_Left);   // closes it
+    for (int nId : {6, 7, 8}) QTest::mouseClick(pHost->ControlWidget(nId), Qt::LeftButton);
+    // legend: (id, command code) or, for notifications, (id, code * 1000 + parameter)
+    const int nRoot = static_cast<int>(root);
+    EXPECT_EQ(m_commands, (Commands{{1, 0x300}, {1, 0x300}, {2, 0x300}, {3, 1}, {4, notify::kListSelChanged * 1000 + 1},
+                                    {4, notify::kListColumnClick * 1000 + 1}, {5, notify::kTreeExpanding * 1000 + nRoot},
+                                    {5, notify::kTreeCollapsing * 1000 + nRoot}, {6, 0}, {7, 0}, {8, 0}}));
+    EXPECT_TRUE(bChildShown);
+    EXPECT_TRUE(pHost->TreeChildren(5, root).empty());
+    EXPECT_EQ(pHost->GetText(1), u"ab");
+    EXPECT_EQ(pHost->ComboGetSel(3), 1);
+    EXPECT_EQ(pHost->ListGetSel(4), 1);
+    EXPECT_EQ(pHost->ListGetCell(4, 0, 0), u"a");  // a click on a caption sorts nothing by itself
+    EXPECT_TRUE(pHost->GetCheck(6));   // an auto check box toggles itself
+    EXPECT_FALSE(pHost->GetCheck(7));  // a plain one leaves it to the form
+    EXPECT_EQ(pTable->columnWidth(0), pHost->Font().units.X(40));  // column widths are dialog units
+}
+
+// The last line of a long text is in view once the caret is put at its end.
+TEST_F(QtDialogHostTest, CaretToEndShowsTheLastLine) {
+    auto pHost = Build(IDD_PROGRESS);
+    pHost->Widget()->show();
+    std::u16string strText;
+    for (int i = 0; i < 60; ++i) strText += u"\r\nリトライ " + std::u16string(1, static_cast<char16_t>(u'0' + i % 10));
+    pHost->SetText(IDC_PROGRESS_TEXT, strText);
+    pHost->CaretToEnd(IDC_PROGRESS_TEXT);
+    QApplication::processEvents();
+    auto* pEdit = static_cast<QPlainTextEdit*>(pHost->ControlWidget(IDC_PROGRESS_TEXT));
+    EXPECT_EQ(pEdit->textCursor().position(), pEdit->document()->characterCount() - 1);
+    EXPECT_GT(pEdit->verticalScrollBar()->maximum(), 0);
+    EXPECT_EQ(pEdit->verticalScrollBar()->value(), pEdit->verticalScrollBar()->maximum());
+}
+
+TEST_F(QtDialogHostTest, InitialStylesHideAndDisable) {
+    auto pHost = QtDialogHost::CreateWindowed(m_ui, nullptr);
+    pHost->CreateControl({1, u"BUTTON", u"a", 0x40010000, 0, 0, 0, 20, 10});               // no WS_VISIBLE
+    pHost->CreateControl({2, u"EDIT", u"", 0x58010000, 0, 0, 20, 20, 10});                  // WS_DISABLED
+    pHost->Widget()->show();
+    EXPECT_FALSE(pHost->IsVisible(1));
+    EXPECT_FALSE(pHost->ControlWidget(1)->isVisible());
+    EXPECT_TRUE(pHost->IsVisible(2));
+    EXPECT_FALSE(pHost->IsEnabled(2));
+    EXPECT_FALSE(pHost->ControlWidget(2)->isEnabled());
+}
+
+// Enter presses the focused push button or the default one; Escape is IDCANCEL; the close box
+// tells the form IDCANCEL and ends the run with 2 if the form did not.
+TEST_F(QtDialogHostTest, DialogKeysAndTheCloseBox) {
+    auto pHost = Build(IDD_LISTEDIT);
+    ShowActive(*pHost);
+    pHost->ControlWidget(IDC_LE_TITLE)->setFocus();
+    QTest::keyClick(pHost->ControlWidget(IDC_LE_TITLE), Qt::Key_Return);
+    pHost->ControlWidget(IDC_CANCEL)->setFocus();
+    QTest::keyClick(pHost->ControlWidget(IDC_CANCEL), Qt::Key_Return);
+    QTest::keyClick(pHost->ControlWidget(IDC_LE_TITLE), Qt::Key_Escape);
+    EXPECT_EQ(m_commands, (Commands{{IDC_OK, 0}, {IDC_CANCEL, 0}, {IDC_CANCEL, 0}}));
+    EXPECT_TRUE(pHost->Widget()->isVisible());  // the form decides
+
+    m_ui.Post([&] { pHost->Widget()->close(); });
+    EXPECT_EQ(pHost->RunModal(), IDC_CANCEL);
+    EXPECT_EQ(m_commands.back(), std::make_pair(IDC_CANCEL, 0));
+    EXPECT_FALSE(pHost->Widget()->isVisible());
+}
+
+TEST_F(QtDialogHostTest, ModalDialogsEndWithTheirOwnCodes) {
+    auto pOuter = Build(IDD_PROGRESS);
+    auto pInner = Build(IDD_VERSION);
+    int nInner = 0;
+    m_ui.Post([&] {
+        m_ui.Post([&] {
+            EXPECT_TRUE(QApplication::activeModalWidget() == pInner->Widget());
+            pOuter->Close(1);  // ends the outer run, not the inner one
+            pInner->Close(2);
+        });
+        nInner = pInner->RunModal();
+    });
+    EXPECT_EQ(pOuter->RunModal(), 1);
+    EXPECT_EQ(nInner, 2);
+    EXPECT_FALSE(pOuter->Widget()->isVisible());
+    EXPECT_EQ(pOuter->RunModal(), 1);  // a dialog runs once
+
+    auto pEarly = Build(IDD_VERSION);
+    pEarly->Close(7);  // closed while it was being opened
+    EXPECT_EQ(pEarly->RunModal(), 7);
+    EXPECT_FALSE(pEarly->Widget()->isVisible());
+}
+
+std::u16string NameOf(QWidget* pWidget) {
+    return QAccessible::queryAccessibleInterface(pWidget)->text(QAccessible::Name).toStdU16String();
+}
+
+TEST_F(QtDialogHostTest, ControlsAreNamedByCaptionLabelBeforeThemOrId) {
+    struct Case {
+        std::uint16_t nTemplate;
+        int nId;
+        const char16_t* pszName;
+    };
+    // legend: template, control, the name a screen reader (or a test over AT-SPI) finds it by
+    const Case cases[] = {
+        {IDD_MAINFORM, IDC_URL_LIST, u"URL"},          // a drop-down list after its label
+        {IDD_MAINFORM, IDC_BROWSER_LIST, u"ブラウザ"},
+        {IDD_MAINFORM, IDC_CONNECT, u"接続"},          // a button by its caption
+        {IDD_MAINFORM, IDC_LOCATEEASY, u"簡易座標で取得"},
+        {IDD_MAINFORM, IDC_RESULT, u"1014"},           // after a button, not a label: by its id
+        {IDD_LISTEDIT, IDC_LE_LIST, u"1101"},
+        {IDD_LISTEDIT, IDC_LE_TITLE, u"TITLE"},
+        {IDD_LISTEDIT, IDC_LE_SUB1, u"SUB1"},          // a multi-line edit
+        {IDD_PAGE_ACTION, IDC_PA_CONNECTWAIT, u"接続時"},  // after a label without an id (-1)
+        {IDD_VERSION, IDC_VER_DATE, u"2103"},          // a label without text
+    };
+    for (const Case& c : cases) {
+        auto pHost = Build(c.nTemplate);
+        ASSERT_NE(pHost->ControlWidget(c.nId), nullptr) << c.nId;
+        EXPECT_EQ(NameOf(pHost->ControlWidget(c.nId)), c.pszName) << c.nTemplate << '/' << c.nId;
+    }
+
+    // Names follow the captions that give them.
+    auto pForm = Build(IDD_LISTEDIT);
+    pForm->SetText(IDC_LE_TITLE_LABEL, u"名前");
+    pForm->SetText(IDC_LE_ADD, u"足す");
+    EXPECT_EQ(NameOf(pForm->ControlWidget(IDC_LE_TITLE)), u"名前");
+    EXPECT_EQ(NameOf(pForm->ControlWidget(IDC_LE_ADD)), u"足す");
+
+    // Every control of every template has a name.
+    for (std::uint16_t nTemplate : {IDD_VERSION, IDD_VERSION_WIDE, IDD_MAINFORM, IDD_PROGRESS, IDD_LISTEDIT, IDD_PAGE_ACTION,
+                                    IDD_PAGE_AUTH, IDD_PAGE_MAIL, IDD_FOLDER, IDD_PAGE_AUTOSEND, IDD_PAGE_MESSAGE,
+                                    IDD_PAGE_RETRY, IDD_PAGE_POSLOG, IDD_PAGE_FUNCTION}) {
+        auto pHost = Build(nTemplate);
+        for (QWidget* pChild : pHost->Widget()->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly))
+            EXPECT_FALSE(NameOf(pChild).empty()) << nTemplate << '/' << pChild->objectName().toStdString();
+    }
+}
+
+TEST_F(QtDialogHostTest, TabFollowsTheTemplateAndCursorKeysMoveBetweenControls) {
+    auto pHost = Build(IDD_MAINFORM);
+    pHost->ComboAdd(IDC_URL_LIST, u"a"), pHost->ComboAdd(IDC_URL_LIST, u"b"), pHost->ComboSetSel(IDC_URL_LIST, 0);
+    ShowActive(*pHost);
+    pHost->ControlWidget(IDC_URL_LIST)->setFocus();
+    QStringList tabs{Focused(*pHost)};
+    for (int i = 0; i < 16; ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        tabs << Focused(*pHost);
+    }
+    EXPECT_EQ(tabs.join(u' '), QStringLiteral("1029 1023 1030 1031 1013 1004 1008 1018 1044 1045 1065 1082 1032 1009 1016 1014 1029"));
+
+    struct Case {
+        int nFrom;
+        Qt::Key key;
+        int nTo;
+    };
+    // legend: focus on, key pressed, focus then on
+    const Case cases[] = {
+        {IDC_CONNECT, Qt::Key_Down, IDC_AUTOCONNECT},   // buttons and check boxes: all four keys move
+        {IDC_CONNECT, Qt::Key_Right, IDC_AUTOCONNECT},
+        {IDC_AUTOCONNECT, Qt::Key_Up, IDC_CONNECT},
+        {IDC_AUTOCONNECT, Qt::Key_Left, IDC_CONNECT},
+        {IDC_URL_EDIT, Qt::Key_Up, IDC_URL_LIST},
+        {IDC_URL_LIST, Qt::Key_Down, IDC_URL_LIST},     // a drop-down list keeps Up and Down for its rows
+        {IDC_URL_LIST, Qt::Key_Right, IDC_URL_LIST},
+        {IDC_RESULT, Qt::Key_Up, IDC_RESULT},           // a multi-line edit keeps them for its caret
+        {IDC_RESULT, Qt::Key_Down, IDC_RESULT},
+    };
+    for (const Case& c : cases) {
+        pHost->ControlWidget(c.nFrom)->setFocus();
+        QTest::keyClick(pHost->ControlWidget(c.nFrom), c.key);
+        EXPECT_EQ(Focused(*pHost), QString::number(c.nTo)) << c.nFrom << " key " << c.key;
+    }
+    EXPECT_EQ(pHost->ComboGetSel(IDC_URL_LIST), 1);
+
+    pHost->Enable(IDC_AUTOCONNECT, false);  // a disabled control is passed over
+    pHost->ControlWidget(IDC_CONNECT)->setFocus();
+    QTest::keyClick(pHost->ControlWidget(IDC_CONNECT), Qt::Key_Down);
+    EXPECT_EQ(Focused(*pHost), QString::number(IDC_ACQUIRE));
+}
+
+// Pages behind tabs named by their titles, Enter and Escape acting on the page shown, one modal
+// run for the whole sheet.
+TEST_F(QtDialogHostTest, SheetShowsPagesBehindTabsAndRunsAsOneDialog) {
+    QtSheetHost sheet(m_ui, nullptr);
+    for (std::uint16_t nTemplate : {IDD_PAGE_ACTION, IDD_PAGE_AUTH}) {
+        DialogHost& page = sheet.AddPage();
+        CreateControls(ResourceModule::Program(), nTemplate, page);
+        page.SetCommandHandler([&, nTemplate](int nId, int) { m_commands.emplace_back(nTemplate, nId); });
+    }
+    auto* pTabs = sheet.Widget()->findChild<QTabWidget*>();
+    ASSERT_NE(pTabs, nullptr);
+    EXPECT_EQ(pTabs->tabText(0), QStringLiteral("動作"));
+    EXPECT_EQ(pTabs->tabText(1), QStringLiteral("認証"));
+    sheet.Page(1)->SetTitle(u"認証2");
+    EXPECT_EQ(pTabs->tabText(1), QStringLiteral("認証2"));
+    EXPECT_EQ(sheet.ActivePage(), 0);
+    sheet.SetActivePage(1);
+    sheet.SetActivePage(5);
+    EXPECT_EQ(sheet.ActivePage(), 1);
+    sheet.SetActivePage(0);
+    EXPECT_EQ(sheet.ActivePage(), 0);
+    sheet.SetActivePage(1);
+
+    m_ui.Post([&] {
+        EXPECT_TRUE(sheet.Page(1)->Widget()->isVisible());
+        EXPECT_FALSE(sheet.Page(0)->Widget()->isVisible());
+        const QSize page = sheet.Page(1)->Widget()->size();
+        EXPECT_TRUE(page.width() >= sheet.Page(1)->FrameSize().width() && page.height() >= sheet.Page(1)->FrameSize().height());
+        QTest::keyClick(sheet.Page(1)->ControlWidget(IDC_PU_HOSTPOP), Qt::Key_Return);
+        QTest::keyClick(sheet.Page(1)->ControlWidget(IDC_PU_HOSTPOP), Qt::Key_Escape);
+        sheet.Widget()->close();
+    });
+    EXPECT_EQ(sheet.RunModal(), IDC_CANCEL);
+    EXPECT_EQ(m_commands, (Commands{{IDD_PAGE_AUTH, IDC_OK}, {IDD_PAGE_AUTH, IDC_CANCEL}}));
+    EXPECT_FALSE(sheet.Widget()->isVisible());
+    EXPECT_EQ(sheet.RunModal(), IDC_CANCEL);  // a sheet runs once
+
+    QtSheetHost early(m_ui, nullptr);
+    early.Close(1);  // closed while it was being opened
+    EXPECT_EQ(early.RunModal(), 1);
+}
+
+}  // namespace
+}  // namespace vantrel
