@@ -51,6 +51,7 @@ std::u16string Observe(DialogHost& h) {
     h.SetText(2, u"a\r\nb");
     put(h.GetText(2));
     put(h.GetText(99)), num(h.HasControl(99)), num(h.ComboGetSel(99)), num(h.ListRowCount(99)), num(h.ComboAdd(99, u"x"));
+    num(h.ListInsertRow(99, 0, {u"x"})), num(h.TreeInsert(99, 0, u"x", false));
 
     num(h.ComboAdd(3, u"x")), num(h.ComboAdd(3, u"y")), num(h.ComboGetSel(3));
     h.ComboSetSel(3, 1), num(h.ComboGetSel(3)), put(h.GetText(3));
@@ -238,6 +239,7 @@ TEST_F(QtDialogHostTest, ModalDialogsEndWithTheirOwnCodes) {
     EXPECT_EQ(pOuter->RunModal(), 1);
     EXPECT_EQ(nInner, 2);
     EXPECT_FALSE(pOuter->Widget()->isVisible());
+    EXPECT_EQ(pOuter->RunModal(), 1);  // a dialog runs once
 
     auto pEarly = Build(IDD_VERSION);
     pEarly->Close(7);  // closed while it was being opened
@@ -352,6 +354,9 @@ TEST_F(QtDialogHostTest, SheetShowsPagesBehindTabsAndRunsAsOneDialog) {
     sheet.SetActivePage(1);
     sheet.SetActivePage(5);
     EXPECT_EQ(sheet.ActivePage(), 1);
+    sheet.SetActivePage(0);
+    EXPECT_EQ(sheet.ActivePage(), 0);
+    sheet.SetActivePage(1);
 
     m_ui.Post([&] {
         EXPECT_TRUE(sheet.Page(1)->Widget()->isVisible());
@@ -365,6 +370,11 @@ TEST_F(QtDialogHostTest, SheetShowsPagesBehindTabsAndRunsAsOneDialog) {
     EXPECT_EQ(sheet.RunModal(), IDC_CANCEL);
     EXPECT_EQ(m_commands, (Commands{{IDD_PAGE_AUTH, IDC_OK}, {IDD_PAGE_AUTH, IDC_CANCEL}}));
     EXPECT_FALSE(sheet.Widget()->isVisible());
+    EXPECT_EQ(sheet.RunModal(), IDC_CANCEL);  // a sheet runs once
+
+    QtSheetHost early(m_ui, nullptr);
+    early.Close(1);  // closed while it was being opened
+    EXPECT_EQ(early.RunModal(), 1);
 }
 
 }  // namespace

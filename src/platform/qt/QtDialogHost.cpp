@@ -139,16 +139,13 @@ std::unique_ptr<QtDialogHost> QtDialogHost::CreatePage(QtUiThread& ui) {
 }
 
 QtDialogHost::QtDialogHost(QtUiThread& ui, QWidget* pParent, Placement placement)
-    : m_ui(ui),
-      m_pSurface(new Surface(*this, pParent, placement == Placement::Window ? Qt::Dialog : Qt::Widget)),
-      m_placement(placement) {
+    : m_pSurface(new Surface(*this, pParent, placement == Placement::Window ? Qt::Dialog : Qt::Widget)),
+      m_placement(placement),
+      m_run(ui) {
     m_font = MakeTemplateFont(QString(), 0, LogicalDpi(m_pSurface));
 }
 
-QtDialogHost::~QtDialogHost() {
-    if (m_bRunning) m_ui.EndRun(m_nRun, m_nEndCode);
-    delete m_pSurface.data();
-}
+QtDialogHost::~QtDialogHost() { delete m_pSurface.data(); }
 
 QWidget* QtDialogHost::Widget() const { return m_pSurface.data(); }
 
@@ -386,43 +383,11 @@ bool QtDialogHost::OnArrow(const Control& control, int nKey) {
 }
 
 int QtDialogHost::RunModal() {
-    if (m_bClosed || !m_pSurface) return m_nEndCode;  // closed while it was being opened
-    m_bRunning = true;
-    if (m_placement == Placement::Window) {
-        m_pSurface->setWindowModality(Qt::ApplicationModal);
-        if (const QWidget* pOwner = m_pSurface->parentWidget()) {
-            // Centred over its owner, yet whole on the owner's screen (a wide dialog over a
-            // narrow window would start left of the screen without a window manager to move it).
-            QRect place(m_pSurface->rect());
-            place.moveCenter(pOwner->window()->frameGeometry().center());
-            if (const QScreen* pScreen = pOwner->screen()) {
-                const QRect avail = pScreen->availableGeometry();
-                place.moveLeft(std::max(avail.left(), std::min(place.left(), avail.right() + 1 - place.width())));
-                place.moveTop(std::max(avail.top(), std::min(place.top(), avail.bottom() + 1 - place.height())));
-            }
-            m_pSurface->move(place.topLeft());
-        }
-        m_pSurface->show();
-        m_pSurface->raise();
-        m_pSurface->activateWindow();
-    }
-    const int nCode = m_ui.RunModal(&m_nRun);
-    m_bRunning = false;
-    m_bClosed = true;
-    m_nEndCode = nCode;
-    if (m_placement == Placement::Window && m_pSurface) m_pSurface->hide();
-    return nCode;
+    if (!m_pSurface) m_run.Close(kIdCancel);  // the window that held the form has gone
+    return m_run.Run(m_placement == Placement::Window ? m_pSurface.data() : nullptr);
 }
 
-void QtDialogHost::Close(int nEndCode) {
-    if (m_bClosed) return;
-    if (m_bRunning) {
-        m_ui.EndRun(m_nRun, nEndCode);
-        return;
-    }
-    m_bClosed = true;
-    m_nEndCode = nEndCode;
-}
+void QtDialogHost::Close(int nEndCode) { m_run.Close(nEndCode); }
 
 // ---- texts, checks, state
 

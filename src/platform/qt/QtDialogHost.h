@@ -10,6 +10,7 @@
 
 #include "platform/qt/DialogUnits.h"
 #include "platform/qt/QtControls.h"
+#include "platform/qt/QtModalRun.h"
 #include "platform/qt/QtUiThread.h"
 #include "port/DialogHost.h"
 
@@ -145,7 +146,6 @@ private:
     QTreeWidgetItem* TreeItemOf(const Control& control, TreeItem item) const;
     void ForgetSubtree(Control& control, QTreeWidgetItem* pItem);
 
-    QtUiThread& m_ui;
     QPointer<Surface> m_pSurface;
     Placement m_placement;
     DialogFrame m_frame;
@@ -157,10 +157,7 @@ private:
     std::map<std::u16string, void*> m_properties;
     int m_nQuiet = 0;  // inside a setter: the widgets' signals are not the user's doing
     TreeItem m_nNextItem = 1;
-    QtUiThread::RunId m_nRun = 0;
-    bool m_bRunning = false;
-    bool m_bClosed = false;
-    int m_nEndCode = 0;
+    QtModalRun m_run;
 };
 
 // Makes dialog windows and sheets over the owner a handle names.

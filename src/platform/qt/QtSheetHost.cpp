@@ -41,7 +41,7 @@ private:
 };
 
 QtSheetHost::QtSheetHost(QtUiThread& ui, QWidget* pOwner)
-    : m_ui(ui), m_pWindow(new Window(*this, pOwner ? pOwner->window() : nullptr)) {
+    : m_ui(ui), m_pWindow(new Window(*this, pOwner ? pOwner->window() : nullptr)), m_run(ui) {
     auto* pLayout = new QVBoxLayout(m_pWindow);
     pLayout->setContentsMargins(0, 0, 0, 0);
     m_pTabs = new QTabWidget(m_pWindow);
@@ -49,7 +49,6 @@ QtSheetHost::QtSheetHost(QtUiThread& ui, QWidget* pOwner)
 }
 
 QtSheetHost::~QtSheetHost() {
-    if (m_bRunning) m_ui.EndRun(m_nRun, m_nEndCode);
     m_pages.clear();  // each page takes its tab with it
     delete m_pWindow.data();
 }
@@ -70,44 +69,24 @@ DialogHost& QtSheetHost::AddPage() {
     m_pages.push_back(QtDialogHost::CreatePage(m_ui));
     QWidget* pPage = m_pages.back()->Widget();
     pPage->installEventFilter(m_pWindow);
-    if (m_pTabs) m_pTabs->addTab(pPage, pPage->windowTitle());
+    m_pTabs->addTab(pPage, pPage->windowTitle());
     return *m_pages.back();
 }
 
 int QtSheetHost::PageCount() const { return static_cast<int>(m_pages.size()); }
 
 void QtSheetHost::SetActivePage(int nPage) {
-    if (m_pTabs && nPage >= 0 && nPage < PageCount()) m_pTabs->setCurrentIndex(nPage);
+    if (nPage >= 0 && nPage < PageCount()) m_pTabs->setCurrentIndex(nPage);
 }
 
-int QtSheetHost::ActivePage() const { return m_pTabs ? m_pTabs->currentIndex() : -1; }
+int QtSheetHost::ActivePage() const { return m_pTabs->currentIndex(); }
 
 int QtSheetHost::RunModal() {
-    if (m_bClosed || !m_pWindow) return m_nEndCode;
-    m_bRunning = true;
-    m_pWindow->adjustSize();  // room for the largest page
-    m_pWindow->setWindowModality(Qt::ApplicationModal);
-    if (const QWidget* pOwner = m_pWindow->parentWidget())
-        m_pWindow->move(pOwner->window()->frameGeometry().center() - m_pWindow->rect().center());
-    m_pWindow->show();
-    m_pWindow->raise();
-    m_pWindow->activateWindow();
-    const int nCode = m_ui.RunModal(&m_nRun);
-    m_bRunning = false;
-    m_bClosed = true;
-    m_nEndCode = nCode;
-    if (m_pWindow) m_pWindow->hide();
-    return nCode;
+    if (!m_pWindow) m_run.Close(kIdCancel);
+    else m_pWindow->adjustSize();  // room for the largest page
+    return m_run.Run(m_pWindow.data());
 }
 
-void QtSheetHost::Close(int nEndCode) {
-    if (m_bClosed) return;
-    if (m_bRunning) {
-        m_ui.EndRun(m_nRun, nEndCode);
-        return;
-    }
-    m_bClosed = true;
-    m_nEndCode = nEndCode;
-}
+void QtSheetHost::Close(int nEndCode) { m_run.Close(nEndCode); }
 
 }  // namespace vantrel

@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/qt/QtModalRun.h"
 #include "platform/qt/QtUiThread.h"
 #include "port/DialogHost.h"
 
@@ -40,12 +41,9 @@ private:
 
     QtUiThread& m_ui;
     QPointer<Window> m_pWindow;
-    QTabWidget* m_pTabs = nullptr;
+    QTabWidget* m_pTabs = nullptr;  // a child of the window, which lives as long as the sheet
     std::vector<std::unique_ptr<QtDialogHost>> m_pages;
-    QtUiThread::RunId m_nRun = 0;
-    bool m_bRunning = false;
-    bool m_bClosed = false;
-    int m_nEndCode = 0;
+    QtModalRun m_run;
 };
 
 }  // namespace vantrel

@@ -6,6 +6,7 @@ add_library(vantrel_qtui STATIC
   ${CMAKE_CURRENT_LIST_DIR}/QtControls.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtDialogHost.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtMessageBox.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/QtModalRun.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtSheetHost.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtUiThread.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtWindowHandle.cpp)
