@@ -14,7 +14,7 @@ function(vantrel_embed_res target rc_file symbol)
   get_filename_component(rc_dir ${rc_abs} DIRECTORY)
   set(res_file ${CMAKE_CURRENT_BINARY_DIR}/${target}.res)
   set(cpp_file ${CMAKE_CURRENT_BINARY_DIR}/${target}_image.cpp)
-  file(GLOB rc_deps CONFIGURE_DEPENDS ${rc_dir}/*.h ${rc_dir}/*.rc ${rc_dir}/*.ico)
+  file(GLOB rc_deps CONFIGURE_DEPENDS ${rc_dir}/*.h ${rc_dir}/*.rc ${rc_dir}/*.ico ${rc_dir}/icons/*.ico)
   add_custom_command(
     OUTPUT ${res_file}
     COMMAND ${VANTREL_WINDRES} ${VANTREL_WINDRES_FLAGS} -I ${rc_dir} ${rc_abs} ${res_file}

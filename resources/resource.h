@@ -161,6 +161,10 @@
 #define IDR_MENU 102
 #define IDR_ACCELERATOR 2
 
+// Icons: the program's own and the folder picker's root
+#define IDI_APP 101
+#define IDI_FOLDER 141
+
 // Buttons every dialog shares (the Win32 IDOK and IDCANCEL)
 #define IDC_OK 1
 #define IDC_CANCEL 2

@@ -12,7 +12,8 @@ packages=(
   binutils-mingw-w64-x86-64
   fonts-ipafont-gothic
   libcpp-httplib-dev python3 python3-aiosmtpd
-  xdg-utils xvfb
+  xdg-utils
+  xvfb at-spi2-core python3-gi gir1.2-atspi-2.0 xdotool imagemagick x11-utils trayer
 )
 
 missing=()

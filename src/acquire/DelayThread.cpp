@@ -92,6 +92,7 @@ void DelayThread::Wait(std::uint32_t nLimitMs) {
             Abandon();
             return;
         }
+        if (m_fnWaitHook) m_fnWaitHook();
         m_clock.Sleep(1);
     }
 }

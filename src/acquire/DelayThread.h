@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -27,6 +28,8 @@ public:
     // later than the limit; the sleeper is abandoned in the second case.
     void Wait(std::uint32_t nLimitMs);
     std::uint32_t Delay() const { return m_nDelay; }
+    // Runs between the slices of Wait (the window keeps painting while the guard is waited for).
+    void SetWaitHook(std::function<void()> fnHook) { m_fnWaitHook = std::move(fnHook); }
 
     struct Sleeper;
 
@@ -38,6 +41,7 @@ private:
     std::uint32_t m_nDelay = 5000;
     std::shared_ptr<Sleeper> m_pSleeper;
     std::thread m_thread;
+    std::function<void()> m_fnWaitHook;
 };
 
 }  // namespace vantrel

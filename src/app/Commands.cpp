@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "app/CommandLine.h"
+#include "app/WindowApp.h"
 #include "app/WindowlessApp.h"
 #include "location/Location.h"
 #include "location/Placeholders.h"
@@ -66,6 +67,7 @@ int RunCommand(const CommandLine& line, std::ostream& out, std::ostream& err) {
     else if (line.strCommand == u"save-settings") nStatus = SaveSettings(line, err);
     SetAnsiCodePage(nullptr);
     if (line.strCommand == u"expand" || line.strCommand == u"save-settings") return nStatus;
+    if (line.strCommand.empty() && !line.bWindowless) return WindowApp(line, err).Run();
     // Every other command, and the windowless run, is the main form without a window.
     return WindowlessApp(line, out, err).Run();
 }

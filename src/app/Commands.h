@@ -10,7 +10,7 @@ constexpr int kExitOk = 0;
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
-// Runs a command, or the windowless program; writes results to out and messages to err.
+// Runs a command, the windowless program or the window; writes results to out and messages to err.
 int RunCommand(const CommandLine& line, std::ostream& out, std::ostream& err);
 
 }  // namespace vantrel

@@ -41,7 +41,13 @@ MainForm::MainForm(const FormServices& services, const SettingsProfile& profile,
       m_conn(services.libraries, services.messages),
       m_wsim(services.serial),
       m_monitor(services.serial),
-      m_waitGuard(services.clock) {}
+      m_waitGuard(services.clock) {
+    // Long steps block the form, but the window goes on painting while they wait.
+    const auto fnPaint = [&ui = services.ui] { ui.KeepPainting(); };
+    m_http.SetWaitHook(fnPaint);
+    m_mail.SetWaitHook(fnPaint);
+    m_waitGuard.SetWaitHook(fnPaint);
+}
 
 MainForm::~MainForm() {
     m_services.ui.KillTimer(timer::kMonitor);

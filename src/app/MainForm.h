@@ -130,6 +130,7 @@ public:
     const std::u16string& ResultText() const { return m_strResult; }
     const std::u16string& CsId() const { return m_strCsId; }
     bool IsBusy() const { return m_bBusy; }
+    bool IsAcquiring() const { return m_bAcquiring; }
     bool IsMonitoring() const { return m_bMonitoring; }
     // Channels that failed in the last SendPosition (enabled channels only).
     int SendFailures() const { return m_nSendFailures; }

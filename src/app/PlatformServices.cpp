@@ -1,8 +1,8 @@
 #include "app/PlatformServices.h"
 
 #include "app/CommandLine.h"
+#include "app/LazyHttpTransport.h"
 #include "app/MainForm.h"
-#include "port/Clipboard.h"
 #include "port/Clock.h"
 #include "port/Factories.h"
 #include "port/FileSystem.h"
@@ -17,6 +17,7 @@
 #include "port/TextCodec.h"
 #include "port/ThreadPriority.h"
 #include "port/WindowFinder.h"
+#include "port/WindowModule.h"
 #include "settings/ProgramFolder.h"
 #include "settings/ResourceModule.h"
 #include "settings/TextUtil.h"
@@ -38,19 +39,21 @@ PlatformServices::PlatformServices(const CommandLine& line, std::ostream& messag
     : pClock(CreateSystemClock()),
       pFiles(CreateFileSystem()),
       pSystem(CreateSystemInfo()),
+      pLibraries(CreateLibraryLoader(*pSystem)),
       pCodec(InstallCodec()),
       consoleBoxes(messageSink),
-      messages(*pClock, *pFiles, consoleBoxes, ResourceModule::Program()),
+      boxes(consoleBoxes),
+      messages(*pClock, *pFiles, boxes, ResourceModule::Program()),
       strProgramFolder(ProgramFolder(*pSystem, *pFiles)),
       pPriority(CreateThreadPriority()),
       resolver(line.strPort, *pSystem),
       serial{*pClock, messages, *pPriority, [] { return CreateSerialDevice(); }, &resolver},
-      pHttp(CreateHttpTransport(strProgramFolder)),
+      pHttp(std::make_unique<LazyHttpTransport>(*pLibraries, strProgramFolder, *pCodec, messageSink)),
       pSockets(CreateSockets()),
       pLauncher(CreateProcessLauncher()),
       pWindows(CreateWindowFinder()),
-      pClipboard(CreateClipboard()),
-      pLibraries(CreateLibraryLoader(*pSystem)),
+      windowModule(*pLibraries),
+      clipboard(windowModule, messageSink),
       pInterrupts(CreateInterrupts()),
       ui(*pClock),
       dialogs(ui) {}
@@ -69,9 +72,15 @@ bool PlatformServices::StartSimulatedModule() {
     return true;
 }
 
+void PlatformServices::AttachWindow(WindowModule& module) {
+    m_pUi = &module.Ui();
+    m_pDialogs = &module.Dialogs();
+    boxes.SetTarget(module.MessageBoxes());
+}
+
 FormServices PlatformServices::MakeFormServices() {
-    return FormServices{*pClock,     *pFiles,    messages,    ResourceModule::Program(), ui,          dialogs,
-                        serial,      *pHttp,     *pSockets,   *pLauncher,                *pWindows,   *pClipboard,
+    return FormServices{*pClock,  *pFiles,     messages,  ResourceModule::Program(), *m_pUi,     *m_pDialogs,
+                        serial,   *pHttp,      *pSockets, *pLauncher,                *pWindows,  clipboard,
                         *pLibraries, strProgramFolder};
 }
 

@@ -6,6 +6,7 @@
 #include "acquire/EmulatedModule.h"
 #include "acquire/PortResolver.h"
 #include "acquire/SerialPort.h"
+#include "app/WindowModuleLoader.h"
 #include "deliver/MessageFacility.h"
 #include "platform/headless/ConsoleMessageBox.h"
 #include "platform/headless/HeadlessUiThread.h"
@@ -13,7 +14,6 @@
 
 namespace vantrel {
 
-class Clipboard;
 class Clock;
 class FileSystem;
 class HttpTransport;
@@ -26,11 +26,27 @@ class SystemInfo;
 class TextCodec;
 class ThreadPriority;
 class WindowFinder;
+class WindowModule;
 struct CommandLine;
 struct FormServices;
 
+// Message boxes go to the console until a window takes them over.
+class MessageBoxRoute final : public MessageBoxHost {
+public:
+    explicit MessageBoxRoute(MessageBoxHost& target) : m_pTarget(&target) {}
+    void SetTarget(MessageBoxHost& target) { m_pTarget = &target; }
+    int Show(WindowHandle hOwner, const std::u16string& strText, const std::u16string& strCaption,
+             std::uint32_t nFlags) override {
+        return m_pTarget->Show(hOwner, strText, strCaption, nFlags);
+    }
+
+private:
+    MessageBoxHost* m_pTarget;
+};
+
 // Every platform service of one run, created once by the composition root and handed to whatever
-// needs it. Installs the code page for the run's lifetime.
+// needs it. Installs the code page for the run's lifetime. The UI is the headless one unless a
+// window module is attached; the toolkit is loaded only for the window or a copy.
 struct PlatformServices {
     // messageSink receives the console's message boxes (standard error).
     PlatformServices(const CommandLine& line, std::ostream& messageSink);
@@ -40,13 +56,19 @@ struct PlatformServices {
 
     // Starts the emulated module when the port is "sim"; false when it cannot start.
     bool StartSimulatedModule();
+    // The window module's UI thread, dialogs and message boxes in place of the headless ones.
+    void AttachWindow(WindowModule& module);
+    UiThread& Ui() { return *m_pUi; }
+    DialogFactory& Dialogs() { return *m_pDialogs; }
     FormServices MakeFormServices();
 
     std::unique_ptr<Clock> pClock;
     std::unique_ptr<FileSystem> pFiles;
     std::unique_ptr<SystemInfo> pSystem;
+    std::unique_ptr<LibraryLoader> pLibraries;
     std::unique_ptr<TextCodec> pCodec;
     ConsoleMessageBox consoleBoxes;
+    MessageBoxRoute boxes;
     MessageFacility messages;
     std::u16string strProgramFolder;
     std::unique_ptr<ThreadPriority> pPriority;
@@ -57,11 +79,15 @@ struct PlatformServices {
     std::unique_ptr<Sockets> pSockets;
     std::unique_ptr<ProcessLauncher> pLauncher;
     std::unique_ptr<WindowFinder> pWindows;
-    std::unique_ptr<Clipboard> pClipboard;
-    std::unique_ptr<LibraryLoader> pLibraries;
+    WindowModuleLoader windowModule;
+    ModuleClipboard clipboard;
     std::unique_ptr<Interrupts> pInterrupts;
     HeadlessUiThread ui;
     MemoryDialogFactory dialogs;
+
+private:
+    UiThread* m_pUi = &ui;
+    DialogFactory* m_pDialogs = &dialogs;
 };
 
 }  // namespace vantrel

@@ -22,9 +22,5 @@ int main(int argc, char** argv) {
         std::cout << "vantrel " VANTREL_VERSION "\n";
         return vantrel::kExitOk;
     }
-    if (line.strCommand.empty() && !line.bWindowless) {
-        // The window comes with the Qt front end; until then the program runs without one.
-        std::cerr << "vantrel: this build has no window yet; running windowless\n";
-    }
     return vantrel::RunCommand(line, std::cout, std::cerr);
 }

@@ -146,7 +146,7 @@ bool HttpClient::PlainFetch(std::shared_ptr<HttpSession>& pSession, const std::u
     }
     pSession.reset();  // lent to the worker until the run is over
     worker.SetTimeout(m_nWorkerTimeout);
-    const int nRun = worker.Run(m_nWorkerPoll);
+    const int nRun = worker.Run(m_nWorkerPoll, m_fnWaitHook);
     pSession = worker.TakeSession();
     bool bOk = false;
     if (nRun == 0) {

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -35,6 +36,8 @@ public:
 
     // The limit and poll step of the plain fetch's worker (shortened by tests).
     void SetWorkerLimits(std::uint32_t nTimeout, std::uint32_t nPollInterval);
+    // Runs between the poll steps of the worker's wait (the window keeps painting meanwhile).
+    void SetWaitHook(std::function<void()> fnHook) { m_fnWaitHook = std::move(fnHook); }
 
     // An empty strHeaderTemplate selects the plain fetch (on a worker, under the time limit);
     // otherwise a GET with the formatted extra headers whose success is the presence of a
@@ -61,6 +64,7 @@ private:
     Clock& m_clock;
     std::uint32_t m_nWorkerTimeout = kWorkerTimeout;
     std::uint32_t m_nWorkerPoll = kWorkerPoll;
+    std::function<void()> m_fnWaitHook;
 };
 
 }  // namespace vantrel

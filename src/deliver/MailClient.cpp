@@ -1,5 +1,6 @@
 #include "deliver/MailClient.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <random>
@@ -214,6 +215,19 @@ bool MailClient::SendBytes(SocketHandle hSocket, const std::string& strBytes, st
     return true;
 }
 
+// WaitReadable with the reply time-out; sliced when a hook must run meanwhile.
+int MailClient::WaitReply(SocketHandle hSocket) {
+    if (!m_fnWaitHook) return m_sockets.WaitReadable(hSocket, m_nReplyTimeoutMs);
+    const std::uint32_t nStart = m_clock.TickCount();
+    for (;;) {
+        const std::uint32_t nElapsed = m_clock.TickCount() - nStart;
+        if (nElapsed >= m_nReplyTimeoutMs) return 0;
+        const int nReady = m_sockets.WaitReadable(hSocket, std::min(kWaitSliceMs, m_nReplyTimeoutMs - nElapsed));
+        if (nReady != 0) return nReady;
+        m_fnWaitHook();
+    }
+}
+
 // One reply chunk: whatever arrives until the last byte received is a line feed, the peer closes,
 // the wait runs out or the 1024-byte buffer is full.
 bool MailClient::ReadChunk(SocketHandle hSocket) {
@@ -221,7 +235,7 @@ bool MailClient::ReadChunk(SocketHandle hSocket) {
     char buffer[kReplyBufferSize];
     int nTotal = 0;
     while (nTotal < kReplyBufferSize) {
-        if (m_sockets.WaitReadable(hSocket, m_nReplyTimeoutMs) <= 0) break;
+        if (WaitReply(hSocket) <= 0) break;
         const int nRead = m_sockets.Receive(hSocket, buffer + nTotal, kReplyBufferSize - nTotal);
         if (nRead < 0) return Fail(mailerr::kReceive, m_sockets.LastError());
         if (nRead == 0) break;

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -27,6 +28,8 @@ public:
     // A silent server is noticed only by the connection closing, hence the long wait for a reply.
     static constexpr std::uint32_t kReplyTimeoutMs = 1000u * 1000u;
     static constexpr int kReplyBufferSize = 1024;
+    // With a wait hook the reply wait is cut into slices of this length, the hook running between.
+    static constexpr std::uint32_t kWaitSliceMs = 100;
 
     MailClient(Sockets& sockets, Clock& clock, std::uint32_t nReplyTimeoutMs = kReplyTimeoutMs);
 
@@ -43,6 +46,9 @@ public:
     // error code.
     int SendMail(const std::u16string& strHost, std::uint16_t nPort, const std::u16string& strFrom,
                  const std::u16string& strTo, const std::u16string& strSubject, const std::u16string& strBody);
+
+    // Runs between the slices of a reply wait (the window keeps painting during the dialogue).
+    void SetWaitHook(std::function<void()> fnHook) { m_fnWaitHook = std::move(fnHook); }
 
     const MailResult& Result() const { return m_result; }
     int ErrorCode() const { return m_result.m_nError; }
@@ -65,6 +71,7 @@ private:
     void SetStep(std::u16string_view strFormat, int nLine);
     bool SendText(SocketHandle hSocket, const std::u16string& strCommand, std::u16string_view strStep, int nLine);
     bool SendBytes(SocketHandle hSocket, const std::string& strBytes, std::u16string_view strStep, int nLine);
+    int WaitReply(SocketHandle hSocket);
     bool ReadChunk(SocketHandle hSocket);
     bool ReadSmtpReply(SocketHandle hSocket);
     bool ReadPopReply(SocketHandle hSocket);
@@ -75,6 +82,7 @@ private:
     Clock& m_clock;
     std::uint32_t m_nReplyTimeoutMs;
     MailResult m_result;
+    std::function<void()> m_fnWaitHook;
 };
 
 }  // namespace vantrel

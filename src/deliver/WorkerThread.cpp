@@ -57,7 +57,7 @@ bool WorkerThread::WaitForEnd(std::uint32_t nMilliseconds) {
                                        [&] { return m_pRecord->bEnded; });
 }
 
-int WorkerThread::Run(std::uint32_t nPollInterval) {
+int WorkerThread::Run(std::uint32_t nPollInterval, const std::function<void()>& fnPoll) {
     m_nExitCode = 0;
     m_nStartTick = m_clock.TickCount();
     if (!m_thread.joinable()) {
@@ -74,6 +74,7 @@ int WorkerThread::Run(std::uint32_t nPollInterval) {
         }
         // Unsigned difference: the tick counter's wrap after 49 days does no harm.
         if (static_cast<std::uint32_t>(m_clock.TickCount() - m_nStartTick) >= m_nTimeout) return GiveUp();
+        if (fnPoll) fnPoll();
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -44,8 +45,9 @@ public:
     // 0, or -1 with the error saved when no thread could be created.
     int Start(std::shared_ptr<HttpSession> pSession, const std::u16string& strUrl);
     void SetTimeout(std::uint32_t nMilliseconds) { m_nTimeout = nMilliseconds; }
-    // 0 finished, -1 timed out, -2 the thread could not be run.
-    int Run(std::uint32_t nPollInterval);
+    // 0 finished, -1 timed out, -2 the thread could not be run. fnPoll runs after each poll step
+    // that did not see the end.
+    int Run(std::uint32_t nPollInterval, const std::function<void()>& fnPoll = {});
 
     // The session back from the worker: empty when it was closed on a time-out.
     std::shared_ptr<HttpSession> TakeSession();

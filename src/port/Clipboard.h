@@ -1,5 +1,4 @@
 #pragma once
-#include <memory>
 #include <string>
 
 namespace vantrel {
@@ -12,8 +11,5 @@ public:
     // False when the clipboard cannot be reached.
     virtual bool SetUnicodeText(const std::u16string& strText) = 0;
 };
-
-// Defined by the toolkit library that provides the clipboard (vantrel_qtclipboard on Linux).
-std::unique_ptr<Clipboard> CreateClipboard();
 
 }  // namespace vantrel

@@ -89,4 +89,19 @@ public:
 // every request to the host they belong to.
 std::unique_ptr<HttpTransport> CreateHttpTransport(const std::u16string& strProgramFolder);
 
+class TextCodec;
+
+// The program loads the HTTP stack from a library of its own at the first request, so that the
+// commands that never talk HTTP start without it (it brings TLS and more with it). The library's
+// one entry point, exported unmangled, makes the transport; the program's code page is handed in
+// because the library keeps its own copy of that process state. Null when nVersion is not the
+// version the library was built with.
+constexpr int kHttpModuleVersion = 1;
+constexpr char16_t kHttpModuleLibrary[] = u"vantrel-http";
+constexpr char kCreateHttpTransportSymbol[] = "CreateVantrelHttpTransport";
+extern "C" {
+using CreateHttpTransportProc = HttpTransport* (*)(int nVersion, const char16_t* pszProgramFolder,
+                                                   TextCodec* pCodePage);
+}
+
 }  // namespace vantrel

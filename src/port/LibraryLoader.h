@@ -19,6 +19,8 @@ public:
     // A bare file name is looked for beside the executable first, then along the platform's library
     // search path; a name with a folder is loaded as given. Null when it cannot be loaded.
     virtual LibraryHandle Load(const std::u16string& strName) = 0;
+    // Why the last Load failed, in the platform's words; empty when it gives no reason.
+    virtual std::u16string LastError() const { return {}; }
     // Null when the library does not export pszSymbol.
     virtual void* FindSymbol(LibraryHandle hLibrary, const char* pszSymbol) = 0;
     virtual void Free(LibraryHandle hLibrary) = 0;

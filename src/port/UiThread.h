@@ -23,6 +23,13 @@ public:
     virtual int RunModal() = 0;
     virtual void EndModal(int nCode) = 0;
 
+    // Lets the window paint, timers fire and posted closures run while a long step holds the thread,
+    // keeping every click, key and menu back until the step is over. Called on the UI thread
+    // between the slices of waits that already poll (a worker's end, the connection-wait guard, a
+    // socket); what a timer may then start is up to the caller's busy flags. A loop with nothing
+    // to paint may do nothing.
+    virtual void KeepPainting() = 0;
+
     // Runs the main loop until Quit and returns the exit code.
     virtual int Run() = 0;
     virtual void Quit(int nExitCode) = 0;

@@ -6,4 +6,4 @@ if(NOT TARGET PkgConfig::HTTPLIB)
 endif()
 vantrel_add_test(workflow_tests
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/MainFormTest.cpp ${CMAKE_CURRENT_LIST_DIR}/WorkflowTest.cpp
-  LIBS vantrel_app PkgConfig::HTTPLIB)
+  LIBS vantrel_app vantrel_curl PkgConfig::HTTPLIB)

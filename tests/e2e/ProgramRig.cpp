@@ -35,6 +35,14 @@ bool Exists(const std::string& strPath) { return access(strPath.c_str(), F_OK) =
 
 ProgramHome::ProgramHome() : m_pFiles(CreateFileSystem()) {
     mkdir(File("bin").c_str(), 0755);
+    for (const auto& [strName, strValue] :
+         std::vector<std::pair<std::string, std::string>>{{"VANTREL_HOME", Path()},
+                                                          {"HOME", Path()},
+                                                          {"XDG_CONFIG_HOME", Path()},
+                                                          {"PATH", File("bin") + ":/usr/local/bin:/usr/bin:/bin"},
+                                                          {"LANG", "C.UTF-8"},
+                                                          {"QT_QPA_PLATFORM", "offscreen"}})
+        SetEnvironment(strName, strValue);
     m_pSettings = std::make_unique<Settings>(LinuxSettingsProfile(m_dir.WidePath()), *m_pFiles);
     Settings& s = *m_pSettings;
     s.SetBool(BoolKey::LocateEasy, true);
@@ -79,8 +87,16 @@ std::string ProgramHome::RecordedArgs(const std::string& strName, int nTimeoutMs
 }
 
 std::vector<std::string> ProgramHome::Environment() const {
-    return {"VANTREL_HOME=" + Path(), "HOME=" + Path(), "XDG_CONFIG_HOME=" + Path(),
-            "PATH=" + File("bin") + ":/usr/local/bin:/usr/bin:/bin", "LANG=C.UTF-8", "QT_QPA_PLATFORM=offscreen"};
+    std::vector<std::string> environment;
+    for (const auto& [strName, strValue] : m_environment) environment.push_back(strName + "=" + strValue);
+    return environment;
+}
+
+void ProgramHome::SetEnvironment(const std::string& strName, const std::string& strValue) {
+    const auto it = std::find_if(m_environment.begin(), m_environment.end(),
+                                 [&](const auto& variable) { return variable.first == strName; });
+    if (it != m_environment.end()) m_environment.erase(it);
+    if (!strValue.empty()) m_environment.emplace_back(strName, strValue);
 }
 
 std::vector<std::string> ProgramHome::FilesEndingWith(const std::string& strFolder, const std::string& strSuffix) const {
@@ -105,8 +121,13 @@ std::unique_ptr<ChildProcess> StartVantrel(const ProgramHome& home, const std::v
 }
 
 ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& arguments, int nTimeoutMs) {
+    return RunProgram(VANTREL_EXE, home, arguments, nTimeoutMs);
+}
+
+ProgramRun RunProgram(const std::string& strProgram, const ProgramHome& home, const std::vector<std::string>& arguments,
+                      int nTimeoutMs) {
     const auto start = std::chrono::steady_clock::now();
-    const std::unique_ptr<ChildProcess> pChild = StartVantrel(home, arguments);
+    const auto pChild = std::make_unique<ChildProcess>(strProgram, arguments, home.Environment());
     ProgramRun run;
     run.nExit = pChild->Wait(nTimeoutMs);
     run.dSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

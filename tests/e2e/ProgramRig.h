@@ -40,6 +40,8 @@ public:
     std::string AddRecorder(const std::string& strName);
     std::string RecordedArgs(const std::string& strName, int nTimeoutMs = 5000) const;
     std::vector<std::string> Environment() const;
+    // Sets a variable of the program's environment; an empty value takes it out.
+    void SetEnvironment(const std::string& strName, const std::string& strValue);
 
     // Files of the folder whose names end with strSuffix (the day files of the logs).
     std::vector<std::string> FilesEndingWith(const std::string& strFolder, const std::string& strSuffix) const;
@@ -48,6 +50,7 @@ private:
     TempDir m_dir;
     std::unique_ptr<FileSystem> m_pFiles;
     std::unique_ptr<Settings> m_pSettings;
+    std::vector<std::pair<std::string, std::string>> m_environment;
 };
 
 // The program run to its end.
@@ -58,6 +61,9 @@ struct ProgramRun {
     double dSeconds = 0;
 };
 ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& arguments, int nTimeoutMs = 30000);
+// The same for another copy of the program.
+ProgramRun RunProgram(const std::string& strProgram, const ProgramHome& home, const std::vector<std::string>& arguments,
+                      int nTimeoutMs = 30000);
 std::unique_ptr<ChildProcess> StartVantrel(const ProgramHome& home, const std::vector<std::string>& arguments);
 
 // The module emulator on its own pseudo-terminal.

@@ -20,6 +20,7 @@ public:
     std::string m_strBody;
     std::string m_strLocation;
     bool m_bHasLocation = false;
+    bool m_bSetsCookie = false;
 
     bool QueryLocation(std::u16string& strLocation, std::uint32_t& nError) override {
         if (!m_bHasLocation) {
@@ -74,6 +75,8 @@ size_t OnHeader(char* pData, size_t nSize, size_t nCount, void* pUser) {
             strLine.remove_suffix(1);
         response.m_strLocation = strLine;
         response.m_bHasLocation = true;
+    } else if (StartsWithNoCase(strLine, "Set-Cookie:")) {
+        response.m_bSetsCookie = true;
     }
     return nSize * nCount;
 }
@@ -239,10 +242,7 @@ std::unique_ptr<HttpResponse> CurlHttpSession::Perform(const std::string& strUrl
         curl_easy_setopt(pCurl, CURLOPT_LOW_SPEED_LIMIT, 1L);
         curl_easy_setopt(pCurl, CURLOPT_LOW_SPEED_TIME, Seconds(m_pState->nIdleMs));
     }
-    if (!m_pState->strCookieJar.empty()) {
-        curl_easy_setopt(pCurl, CURLOPT_COOKIEFILE, m_pState->strCookieJar.c_str());
-        curl_easy_setopt(pCurl, CURLOPT_COOKIEJAR, m_pState->strCookieJar.c_str());
-    }
+    if (!m_pState->strCookieJar.empty()) curl_easy_setopt(pCurl, CURLOPT_COOKIEFILE, m_pState->strCookieJar.c_str());
     SetRoute(pCurl, *m_pState, strHost);
     curl_easy_setopt(pCurl, CURLOPT_WRITEFUNCTION, OnBody);
     curl_easy_setopt(pCurl, CURLOPT_WRITEDATA, &transfer);
@@ -256,6 +256,10 @@ std::unique_ptr<HttpResponse> CurlHttpSession::Perform(const std::string& strUrl
     curl_easy_setopt(pCurl, CURLOPT_CLOSESOCKETFUNCTION, OnCloseSocket);
     curl_easy_setopt(pCurl, CURLOPT_CLOSESOCKETDATA, m_pState.get());
     const CURLcode result = curl_easy_perform(pCurl);
+    // The jar is written back (at the clean-up) only when the server set a cookie: writing it
+    // seeds the random generator for the temporary file's name, which costs more than the request.
+    if (!m_pState->strCookieJar.empty() && pResponse->m_bSetsCookie)
+        curl_easy_setopt(pCurl, CURLOPT_COOKIEJAR, m_pState->strCookieJar.c_str());
     curl_easy_cleanup(pCurl);
     curl_slist_free_all(pHeaders);
     if (result != CURLE_OK) {

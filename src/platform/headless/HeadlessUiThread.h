@@ -25,6 +25,8 @@ public:
     void KillTimer(std::uint32_t nId) override;
     int RunModal() override;
     void EndModal(int nCode) override;
+    // Nothing to paint; timers wait for the loop, as the windowless program has always had them.
+    void KeepPainting() override {}
     int Run() override;
     void Quit(int nExitCode) override;
 

@@ -1,4 +1,5 @@
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <memory>
 #include <string>
@@ -29,16 +30,21 @@ public:
     LibraryHandle Load(const std::u16string& strName) override {
         if (strName.empty()) return nullptr;
         const std::string strNarrow = Utf16ToUtf8(strName);
+        m_strError.clear();
         if (strNarrow.find('/') != std::string::npos) return Open(strNarrow);
         // The Windows loader looks in the program's folder before the search path; dlopen does not,
         // so that folder is tried explicitly first.
         const std::string strExe = Utf16ToUtf8(m_systemInfo.ExecutablePath());
         const std::size_t nSlash = strExe.rfind('/');
         if (nSlash != std::string::npos) {
-            if (LibraryHandle hLibrary = Open(strExe.substr(0, nSlash + 1) + strNarrow)) return hLibrary;
+            // A copy beside the executable is the one meant, even when it does not load.
+            const std::string strBeside = strExe.substr(0, nSlash + 1) + strNarrow;
+            if (::access(strBeside.c_str(), F_OK) == 0) return Open(strBeside);
         }
         return Open(strNarrow);
     }
+
+    std::u16string LastError() const override { return Utf8ToUtf16(m_strError); }
 
     void* FindSymbol(LibraryHandle hLibrary, const char* pszSymbol) override {
         if (!hLibrary || !pszSymbol) return nullptr;
@@ -50,9 +56,19 @@ public:
     }
 
 private:
-    static LibraryHandle Open(const std::string& strPath) { return ::dlopen(strPath.c_str(), RTLD_NOW | RTLD_LOCAL); }
+    // Functions are bound at their first call, as for the system's own programs: binding all of a
+    // library as large as the HTTP stack's at once would cost more than the request it serves.
+    LibraryHandle Open(const std::string& strPath) {
+        LibraryHandle hLibrary = ::dlopen(strPath.c_str(), RTLD_LAZY | RTLD_LOCAL);
+        if (!hLibrary) {
+            const char* pszError = ::dlerror();
+            m_strError = pszError ? pszError : "cannot load " + strPath;
+        }
+        return hLibrary;
+    }
 
     SystemInfo& m_systemInfo;
+    std::string m_strError;
 };
 
 }  // namespace

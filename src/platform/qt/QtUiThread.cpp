@@ -69,6 +69,8 @@ void QtUiThread::OnQtTimer(int nQtId) {
     fn();
 }
 
+void QtUiThread::KeepPainting() { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }
+
 int QtUiThread::RunModal() { return RunModal(nullptr); }
 
 int QtUiThread::RunModal(RunId* pnRun) {

@@ -33,6 +33,8 @@ public:
     void KillTimer(std::uint32_t nId) override;
     int RunModal() override;
     void EndModal(int nCode) override;
+    // Paint, timers, posted closures and the desktop's requests; clicks and keys wait in Qt's queue.
+    void KeepPainting() override;
     int Run() override;
     void Quit(int nExitCode) override;
 

@@ -1,0 +1,277 @@
+// The window program's composition on the in-memory host: what it hands the window (title, icon,
+// soft keys, menu 102 and accelerator table 2 as the program's own resource has them), where the
+// window's commands go, the tray, the second start, and the exit steps.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <sstream>
+
+#include "app/CommandLine.h"
+#include "app/MainForm.h"
+#include "app/WindowApp.h"
+#include "platform/headless/HeadlessUiThread.h"
+#include "platform/headless/MemoryDialogHost.h"
+#include "port/Clock.h"
+#include "port/Factories.h"
+#include "port/FileSystem.h"
+#include "port/WindowModule.h"
+#include "resource.h"
+#include "settings/SettingsProfile.h"
+#include "settings/TextUtil.h"
+#include "support/FakeClipboard.h"
+#include "support/LoopbackHttpServer.h"
+#include "support/RecordingMessageBox.h"
+#include "support/TempDir.h"
+
+namespace vantrel {
+namespace {
+
+// The headless loop, painting as a window does while a step waits: posted work and timers run.
+class PaintingUiThread final : public UiThread {
+public:
+    explicit PaintingUiThread(Clock& clock) : m_loop(clock) {}
+    void Post(std::function<void()> fn) override { m_loop.Post(std::move(fn)); }
+    void SetTimer(std::uint32_t nId, std::uint32_t nPeriodMs, std::function<void()> fn) override {
+        m_loop.SetTimer(nId, nPeriodMs, std::move(fn));
+    }
+    void KillTimer(std::uint32_t nId) override { m_loop.KillTimer(nId); }
+    int RunModal() override { return m_loop.RunModal(); }
+    void EndModal(int nCode) override { m_loop.EndModal(nCode); }
+    void KeepPainting() override { m_loop.RunPending(); }
+    int Run() override { return m_loop.Run(); }
+    void Quit(int nExitCode) override { m_loop.Quit(nExitCode); }
+
+private:
+    HeadlessUiThread m_loop;
+};
+
+class FakeMainWindow final : public MainWindow {
+public:
+    FakeMainWindow(UiThread& ui, const MainWindowSpec& spec) : m_spec(spec), m_form(ui) {}
+    DialogHost& Form() override { return m_form; }
+    void SetCommandHandler(std::function<void(int)> handler) override { m_fnCommand = std::move(handler); }
+    void SetCloseHandler(std::function<void()> handler) override { m_fnClose = std::move(handler); }
+    void Show() override { m_bShown = true; }
+    void Raise() override { ++m_nRaised; }
+
+    MainWindowSpec m_spec;
+    MemoryDialogHost m_form;
+    std::function<void(int)> m_fnCommand;
+    std::function<void()> m_fnClose;
+    bool m_bShown = false;
+    int m_nRaised = 0;
+};
+
+class FakeTray final : public TrayIcon {
+public:
+    void Show(const IconImages& icon, std::function<void()> onClick) override {
+        m_nImages = icon.size();
+        m_fnClick = std::move(onClick);
+        m_bVisible = true;
+    }
+    void Hide() override { m_bVisible = false; }
+    bool IsVisible() const override { return m_bVisible; }
+
+    std::atomic<bool> m_bVisible{false};
+    std::size_t m_nImages = 0;
+    std::function<void()> m_fnClick;
+};
+
+class FakeGuard final : public InstanceGuard {
+public:
+    explicit FakeGuard(bool bFirst) : m_bFirst(bFirst) {}
+    bool Claim(const std::u16string& strName, std::function<void()> onRaise) override {
+        m_strName = strName;
+        m_fnRaise = std::move(onRaise);
+        return m_bFirst;
+    }
+    bool m_bFirst;
+    std::u16string m_strName;
+    std::function<void()> m_fnRaise;
+};
+
+class FakeWindowModule final : public WindowModule {
+public:
+    bool Open(std::string&) override { return true; }
+    UiThread& Ui() override { return m_ui; }
+    DialogFactory& Dialogs() override { return m_dialogs; }
+    MessageBoxHost& MessageBoxes() override { return m_boxes; }
+    Clipboard& SystemClipboard() override { return m_clipboard; }
+    std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowSpec& spec) override {
+        auto pWindow = std::make_unique<FakeMainWindow>(m_ui, spec);
+        m_pWindow = pWindow.get();
+        return pWindow;
+    }
+    std::unique_ptr<TrayIcon> CreateTrayIcon() override {
+        auto pTray = std::make_unique<FakeTray>();
+        m_pTray = pTray.get();
+        return pTray;
+    }
+    std::unique_ptr<InstanceGuard> CreateInstanceGuard() override {
+        auto pGuard = std::make_unique<FakeGuard>(m_bFirst);
+        m_pGuard = pGuard.get();
+        return pGuard;
+    }
+    bool IsScreenWide() const override { return m_bWide; }
+
+    std::unique_ptr<Clock> m_pClock = CreateSystemClock();
+    PaintingUiThread m_ui{*m_pClock};
+    MemoryDialogFactory m_dialogs{m_ui};
+    test::RecordingMessageBox m_boxes;
+    test::FakeClipboard m_clipboard;
+    bool m_bFirst = true;
+    bool m_bWide = false;
+    FakeMainWindow* m_pWindow = nullptr;
+    FakeTray* m_pTray = nullptr;
+    FakeGuard* m_pGuard = nullptr;
+};
+
+// One run of the window program in a program folder of its own, driven by closures posted to its
+// loop before it starts.
+class WindowAppTest : public ::testing::Test {
+protected:
+    void SetUp() override { setenv("VANTREL_HOME", m_home.Path().c_str(), 1); }
+    void TearDown() override { unsetenv("VANTREL_HOME"); }
+
+    void WriteSettings(const std::function<void(Settings&)>& edit) {
+        const std::unique_ptr<FileSystem> pFiles = CreateFileSystem();
+        Settings settings(PlatformSettingsProfile(m_home.WidePath()), *pFiles);
+        for (BoolKey key : {BoolKey::BrowserSend, BoolKey::MailSend, BoolKey::HttpSend, BoolKey::GmmSend,
+                            BoolKey::AutoConnect, BoolKey::StartupAll, BoolKey::AutoSend, BoolKey::OutputMsgFile})
+            settings.SetBool(key, false);
+        settings.SetNumber(NumberKey::ConnectWait, 0);
+        edit(settings);
+        ASSERT_TRUE(settings.Save(m_home.WideFile("default.ini")));
+    }
+    // Runs the program; each step is posted in turn once the window is up.
+    int Run(std::vector<std::function<void()>> steps) {
+        for (auto& step : steps) m_module.m_ui.Post(std::move(step));
+        m_pApp = std::make_unique<WindowApp>(m_line, m_err, &m_module);
+        return m_pApp->Run();
+    }
+    FakeMainWindow& Window() { return *m_module.m_pWindow; }
+    MemoryDialogHost* Dialog() { return m_module.m_dialogs.ActiveModal(); }
+
+    test::TempDir m_home;
+    CommandLine m_line;
+    std::ostringstream m_err;
+    FakeWindowModule m_module;
+    std::unique_ptr<WindowApp> m_pApp;
+};
+
+TEST_F(WindowAppTest, WindowGetsTheResourcesMenuKeysAndShortcuts) {
+    ASSERT_EQ(Run({[&] { Window().m_fnClose(); }}), 0);
+    const MainWindowSpec& spec = Window().m_spec;
+    EXPECT_EQ(spec.strTitle, u"vantrel");
+    EXPECT_EQ(spec.strLeftKey, u"取得/送信");
+    EXPECT_EQ(spec.nLeftCommand, IDC_ACQUIRE_SEND);
+    EXPECT_EQ(spec.strRightKey, u"メニュー");
+    // Legend: the menu's ids in order, 0 for a separator.
+    std::vector<int> ids;
+    for (const MenuEntry& entry : spec.rightMenu) ids.push_back(entry.bSeparator ? 0 : entry.nId);
+    EXPECT_EQ(ids, (std::vector<int>{IDC_ACQUIRE, IDC_ACQUIRE_SEND, 0, IDM_OPEN, IDM_SAVE, 0, IDM_COPY, IDM_NEWMAIL, 0,
+                                     IDM_SETTINGS, 0, IDM_VERSION, 0, IDM_EXIT}));
+    EXPECT_EQ(spec.rightMenu[0].strText, u"取得");
+    EXPECT_EQ(spec.rightMenu[11].strText, u"バージョン情報");
+    std::vector<std::pair<std::u16string, int>> shortcuts;
+    for (const Shortcut& shortcut : spec.shortcuts) shortcuts.emplace_back(shortcut.strKeys, shortcut.nCommand);
+    EXPECT_EQ(shortcuts, (std::vector<std::pair<std::u16string, int>>{
+                             {u"Ctrl+A", IDM_VERSION}, {u"Ctrl+Q", IDM_EXIT}, {u"Ctrl+O", IDM_OPEN}, {u"Ctrl+S", IDM_SAVE}}));
+    // Icon 101 in its four sizes: three bitmaps wrapped as ICO files and one PNG image.
+    ASSERT_EQ(spec.icon.size(), 4u);
+    EXPECT_EQ(std::string(spec.icon[0].begin(), spec.icon[0].begin() + 4), std::string("\0\0\1\0", 4));
+    EXPECT_EQ(std::string(spec.icon[3].begin() + 1, spec.icon[3].begin() + 4), "PNG");
+    EXPECT_EQ(m_module.m_pTray->m_nImages, 4u);
+    EXPECT_EQ(m_module.m_pGuard->m_strName, u"VANTREL");
+    EXPECT_TRUE(Window().m_bShown);
+    EXPECT_TRUE(Window().m_form.HasControl(IDC_RESULT));
+}
+
+TEST_F(WindowAppTest, ExitFromTheMenuReadsTheFormBackAndRemovesTheTrayIcon) {
+    WriteSettings([](Settings& settings) { settings.SetBool(BoolKey::HttpSend, false); });
+    bool bTrayWhileRunning = false;
+    ASSERT_EQ(Run({[&] {
+                       bTrayWhileRunning = m_module.m_pTray->IsVisible();
+                       Window().m_form.SetCheck(IDC_HTTPSEND, true);
+                       m_module.m_pTray->m_fnClick();  // a tap on the icon shows the window
+                       m_module.m_pGuard->m_fnRaise();  // so does a second start
+                       Window().m_fnCommand(IDM_EXIT);
+                   }}),
+              0);
+    EXPECT_TRUE(bTrayWhileRunning);
+    EXPECT_FALSE(m_module.m_pTray->IsVisible());
+    EXPECT_EQ(Window().m_nRaised, 2);
+    EXPECT_TRUE(m_pApp->Form()->GetSettings().Bool(BoolKey::HttpSend));
+}
+
+TEST_F(WindowAppTest, SecondStartOnlyAsksTheFirst) {
+    m_module.m_bFirst = false;
+    EXPECT_EQ(Run({}), 0);
+    EXPECT_EQ(m_module.m_pWindow, nullptr);
+    EXPECT_EQ(m_module.m_pTray, nullptr);
+}
+
+TEST_F(WindowAppTest, VersionDialogFollowsTheScreen) {
+    // Legend: the screen is wider than tall, the template's width in dialog units.
+    for (const auto& [bWide, nWidth] : {std::pair{false, 173}, std::pair{true, 240}}) {
+        FakeWindowModule module;
+        module.m_bWide = bWide;
+        DialogFrame frame;
+        std::u16string strVersion, strDate;
+        module.m_ui.Post([&] { module.m_pWindow->m_fnCommand(IDM_VERSION); });
+        // Runs inside the dialog's modal loop: look, then close it as Escape does.
+        module.m_ui.Post([&] {
+            MemoryDialogHost* pDialog = module.m_dialogs.ActiveModal();
+            ASSERT_NE(pDialog, nullptr);
+            frame = pDialog->Frame();
+            strVersion = pDialog->GetText(IDC_VER_VERSION);
+            strDate = pDialog->GetText(IDC_VER_DATE);
+            pDialog->SendCommand(IDC_CANCEL);
+        });
+        module.m_ui.Post([&] { module.m_pWindow->m_fnClose(); });
+        WindowApp app(m_line, m_err, &module);
+        ASSERT_EQ(app.Run(), 0);
+        EXPECT_EQ(frame.cx, nWidth) << bWide;
+        EXPECT_EQ(strVersion, u"Version 0.1.0");
+        EXPECT_EQ(strDate.rfind(u"Build 20", 0), 0u) << Utf16ToUtf8(strDate);
+    }
+}
+
+// A close that comes while a send waits (the window paints, and takes requests, meanwhile) waits
+// for the send: the exit steps must not pull anything from under it.
+TEST_F(WindowAppTest, CloseDuringASendWaitsForItsEnd) {
+    test::LoopbackHttpServer server;
+    std::atomic<bool> bTrayDuringRequest{false};
+    server.Server().Get("/send", [&](const httplib::Request&, httplib::Response& response) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        bTrayDuringRequest = m_module.m_pTray->IsVisible();
+        response.set_content("accepted", "text/plain");
+    });
+    server.Start();
+    WriteSettings([&](Settings& settings) {
+        settings.SetBool(BoolKey::HttpSend, true);
+        settings.SetBool(BoolKey::NoMsg, true);
+        settings.UrlList().Clear();
+        settings.UrlList().AddRow({u"local", server.WideUrl("/send"), u""});
+        settings.UrlList().SetSelectedIndex(0);
+    });
+    bool bBusyAtClose = false;
+    ASSERT_EQ(Run({[&] {
+                       m_pApp->Form()->GetLocation().SetFromText(u"N35.39.29.000E139.44.51.000/1");
+                       // Queued behind the click; it runs while the send waits for the server.
+                       m_module.m_ui.Post([&] {
+                           bBusyAtClose = m_pApp->Form()->IsBusy();
+                           Window().m_fnClose();
+                       });
+                       Window().m_form.SendCommand(IDC_SEND);
+                   }}),
+              0);
+    EXPECT_TRUE(bBusyAtClose);
+    EXPECT_TRUE(bTrayDuringRequest);
+    EXPECT_EQ(m_pApp->Form()->SendFailures(), 0);
+    EXPECT_FALSE(m_module.m_pTray->IsVisible());
+}
+
+}  // namespace
+}  // namespace vantrel

@@ -1,0 +1,161 @@
+// The window module as the program loads it (the built libvantrel-qt.so through the library
+// loader), on the offscreen platform: the main window's soft keys, menu and shortcuts, its close
+// request, one instance per user, and the clipboard.
+#include <QApplication>
+#include <QClipboard>
+#include <QMenu>
+#include <QPushButton>
+#include <QTest>
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <thread>
+
+#include "app/DialogTemplate.h"
+#include "app/IconResource.h"
+#include "port/Clipboard.h"
+#include "port/DialogHost.h"
+#include "port/Factories.h"
+#include "port/LibraryLoader.h"
+#include "port/SystemInfo.h"
+#include "port/UiThread.h"
+#include "port/WindowModule.h"
+#include "resource.h"
+#include "settings/ResourceModule.h"
+#include "support/TempDir.h"
+
+namespace vantrel {
+namespace {
+
+// One module, hence one application object, for the whole run.
+WindowModule& Module() {
+    static std::unique_ptr<SystemInfo> pSystem = CreateSystemInfo();
+    static std::unique_ptr<LibraryLoader> pLoader = CreateLibraryLoader(*pSystem);
+    static WindowModule* pModule = [] {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        const LibraryHandle hLibrary = pLoader->Load(u"" VANTREL_WINDOW_MODULE);
+        const auto pCreate =
+            reinterpret_cast<CreateWindowModuleProc>(pLoader->FindSymbol(hLibrary, kCreateWindowModuleSymbol));
+        if (!pCreate) return static_cast<WindowModule*>(nullptr);
+        WindowModule* p = pCreate(kWindowModuleVersion);
+        std::string strError;
+        return p && p->Open(strError) ? p : nullptr;
+    }();
+    if (!pModule) throw std::runtime_error("the window module did not open");
+    return *pModule;
+}
+
+QWidget* MainWidget() {
+    for (QWidget* pWidget : QApplication::topLevelWidgets())
+        if (pWidget->isVisible() && pWidget->windowTitle() == QStringLiteral("vantrel")) return pWidget;
+    return nullptr;
+}
+
+QPushButton* Key(QWidget& window, const QString& strText) {
+    for (QPushButton* pButton : window.findChildren<QPushButton*>())
+        if (pButton->text() == strText) return pButton;
+    return nullptr;
+}
+
+TEST(WindowModule, SoftKeysMenuAndShortcutsGiveTheirCommands) {
+    MainWindowSpec spec;
+    spec.strTitle = u"vantrel";
+    spec.strLeftKey = u"左";
+    spec.nLeftCommand = 1016;
+    spec.strRightKey = u"右";
+    spec.rightMenu = {{1008, u"取得"}, {0, u"", true}, {0, u"下", false, {{40000, u"終了"}}}};
+    spec.shortcuts = {{u"Ctrl+A", 40002}};
+    spec.icon = LoadIcon(ResourceModule::Program(), IDI_APP);
+    const std::unique_ptr<MainWindow> pWindow = Module().CreateMainWindow(spec);
+    std::vector<int> commands;
+    int nCloses = 0;
+    pWindow->SetCommandHandler([&](int nId) { commands.push_back(nId); });
+    pWindow->SetCloseHandler([&] { ++nCloses; });
+    ASSERT_EQ(CreateControls(ResourceModule::Program(), IDD_MAINFORM, pWindow->Form()), 18);
+    pWindow->Show();
+    QWidget* pTop = MainWidget();
+    ASSERT_NE(pTop, nullptr);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(pTop));
+    // Icon 101 in every size: bitmaps (wrapped as ICO files) and the PNG image.
+    EXPECT_EQ(pTop->windowIcon().availableSizes(),
+              (QList<QSize>{QSize(16, 16), QSize(32, 32), QSize(48, 48), QSize(256, 256)}));
+    // The form keeps its template size above the bar.
+    EXPECT_GT(pTop->height(), pTop->findChild<QWidget*>(QStringLiteral("1014"))->geometry().bottom());
+
+    QTest::mouseClick(Key(*pTop, QStringLiteral("左")), Qt::LeftButton);
+    QTest::mouseClick(Key(*pTop, QStringLiteral("右")), Qt::LeftButton);
+    auto* pMenu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_NE(pMenu, nullptr);
+    // Legend: the menu's entries, a separator as "-", a pop-up as its text and ">".
+    QStringList entries;
+    for (QAction* pAction : pMenu->actions())
+        entries << (pAction->isSeparator() ? QStringLiteral("-") : pAction->text() + (pAction->menu() ? ">" : ""));
+    EXPECT_EQ(entries, (QStringList{"取得", "-", "下>"}));
+    EXPECT_LE(pMenu->geometry().bottom(), Key(*pTop, QStringLiteral("右"))->mapToGlobal(QPoint(0, 0)).y());
+    pMenu->actions().front()->trigger();
+    pMenu->actions().back()->menu()->actions().front()->trigger();
+    pMenu->close();
+    pTop->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(pTop));
+    QTest::keyClick(pTop, Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(commands, (std::vector<int>{1016, 1008, 40000, 40002}));
+
+    // The desktop's close asks; the window stays until the program has run its exit steps.
+    pTop->close();
+    EXPECT_EQ(nCloses, 1);
+    EXPECT_TRUE(pTop->isVisible());
+    pTop->showMinimized();
+    pWindow->Raise();
+    EXPECT_FALSE(pTop->isMinimized());
+}
+
+// The runtime folder of the test, so that the socket is the test's own.
+class InstanceGuardTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Module();
+        qputenv("XDG_RUNTIME_DIR", m_dir.Path().c_str());
+    }
+    test::TempDir m_dir;
+};
+
+TEST_F(InstanceGuardTest, SecondClaimRaisesTheFirstAndEnds) {
+    const std::unique_ptr<InstanceGuard> pFirst = Module().CreateInstanceGuard();
+    int nRaised = 0;
+    ASSERT_TRUE(pFirst->Claim(u"VANTREL", [&] { ++nRaised; }));
+    // The later start is another process in life; here a thread, while this one serves.
+    std::atomic<bool> bSecond{true}, bDone{false};
+    std::thread second([&] {
+        bSecond = Module().CreateInstanceGuard()->Claim(u"VANTREL", [] {});
+        bDone = true;
+    });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return bDone.load(); }, 5000));
+    second.join();
+    EXPECT_EQ(nRaised, 1);
+    EXPECT_FALSE(bSecond);
+}
+
+TEST_F(InstanceGuardTest, SocketOfADeadInstanceIsTakenOver) {
+    // What a killed instance leaves: a socket file nobody listens on.
+    const std::string strPath = m_dir.File("VANTREL");
+    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    strPath.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    close(fd);
+    ASSERT_EQ(access(strPath.c_str(), F_OK), 0);
+    EXPECT_TRUE(Module().CreateInstanceGuard()->Claim(u"VANTREL", [] {}));
+}
+
+TEST(WindowModule, ClipboardHoldsTheText) {
+    ASSERT_TRUE(Module().SystemClipboard().SetUnicodeText(u"N35.39.29.157 東京"));
+    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdU16String(), u"N35.39.29.157 東京");
+}
+
+}  // namespace
+}  // namespace vantrel
