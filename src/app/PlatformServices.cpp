@@ -5,6 +5,7 @@
 #include "app/MainForm.h"
 #include "port/Clock.h"
 #include "port/Factories.h"
+#include "port/FileDialogs.h"
 #include "port/FileSystem.h"
 #include "port/HttpTransport.h"
 #include "port/Interrupts.h"
@@ -54,6 +55,7 @@ PlatformServices::PlatformServices(const CommandLine& line, std::ostream& messag
       pWindows(CreateWindowFinder()),
       windowModule(*pLibraries),
       clipboard(windowModule, messageSink),
+      pFileDialogs(CreateFileDialogs(*pLibraries, noFileDialogs)),
       pInterrupts(CreateInterrupts()),
       ui(*pClock),
       dialogs(ui) {}
@@ -81,7 +83,7 @@ void PlatformServices::AttachWindow(WindowModule& module) {
 FormServices PlatformServices::MakeFormServices() {
     return FormServices{*pClock,  *pFiles,     messages,  ResourceModule::Program(), *m_pUi,     *m_pDialogs,
                         serial,   *pHttp,      *pSockets, *pLauncher,                *pWindows,  clipboard,
-                        *pLibraries, strProgramFolder};
+                        *pLibraries, *pFileDialogs, strProgramFolder};
 }
 
 }  // namespace vantrel

@@ -8,6 +8,7 @@
 #include "acquire/SerialPort.h"
 #include "app/WindowModuleLoader.h"
 #include "deliver/MessageFacility.h"
+#include "platform/headless/CancelledFileDialogs.h"
 #include "platform/headless/ConsoleMessageBox.h"
 #include "platform/headless/HeadlessUiThread.h"
 #include "platform/headless/MemoryDialogHost.h"
@@ -15,6 +16,7 @@
 namespace vantrel {
 
 class Clock;
+class FileDialogs;
 class FileSystem;
 class HttpTransport;
 class Interrupts;
@@ -81,6 +83,8 @@ struct PlatformServices {
     std::unique_ptr<WindowFinder> pWindows;
     WindowModuleLoader windowModule;
     ModuleClipboard clipboard;
+    CancelledFileDialogs noFileDialogs;  // without a window nobody chooses a file
+    std::unique_ptr<FileDialogs> pFileDialogs;
     std::unique_ptr<Interrupts> pInterrupts;
     HeadlessUiThread ui;
     MemoryDialogFactory dialogs;
