@@ -40,6 +40,7 @@ public:
     // What the last call received.
     std::u16string m_strTitle, m_strFilter, m_strFolder;
     std::uint32_t m_nFlags = 0;
+    std::uint32_t m_nFilterIndex = 0;
 
 private:
     static int Answer(const char* pszWho, VantrelOpenFileName* pBlock) {
@@ -55,6 +56,7 @@ private:
         }
         self.m_strFolder = pBlock->lpstrInitialDir ? pBlock->lpstrInitialDir : u"(none)";
         self.m_nFlags = pBlock->Flags;
+        self.m_nFilterIndex = pBlock->nFilterIndex;
         if (self.m_strAnswer.empty() || self.m_strAnswer.size() >= pBlock->nMaxFile) return 0;
         std::memcpy(pBlock->lpstrFile, self.m_strAnswer.c_str(), (self.m_strAnswer.size() + 1) * sizeof(char16_t));
         return 1;
@@ -134,6 +136,9 @@ TEST(FileDialogs, TheBlockCarriesTitleFilterFolderAndFlags) {
     EXPECT_EQ(library.m_strFilter, u"設定ファイル (*.ini)|*.ini|");
     EXPECT_EQ(library.m_strFolder, u"/home/u");
     EXPECT_EQ(library.m_nFlags, ofn::kFileMustExist | ofn::kPathMustExist);
+    EXPECT_EQ(library.m_nFilterIndex, 1u) << "the first filter";
+    pDialogs->ChooseOpenFile(0, {}, strPath);
+    EXPECT_EQ(library.m_nFlags, 0u);
 
     request.bMustExist = false;
     request.bAskOverwrite = true;
@@ -141,6 +146,8 @@ TEST(FileDialogs, TheBlockCarriesTitleFilterFolderAndFlags) {
     pDialogs->ChooseSaveFile(0, request, strPath);
     EXPECT_EQ(library.m_nFlags, ofn::kOverwritePrompt);
     EXPECT_EQ(library.m_strFolder, u"(none)");
+    pDialogs->ChooseSaveFile(0, {}, strPath);
+    EXPECT_EQ(library.m_nFlags, 0u);
 
     // Programs have no extension here: the filter lets every file through.
     pDialogs->ChooseOpenFile(0, {u"ブラウザの選択", u"実行ファイル (*.exe)", u"*.exe", true, u"", false, false}, strPath);

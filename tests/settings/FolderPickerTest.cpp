@@ -35,13 +35,14 @@ private:
     std::u16string m_strCard;
 };
 
-// base/ holds a/ (with a1/ and a file), b/ (files only), .hidden/, link -> a, and a file.
+// base/ holds a/ (with a1/ and a file), b/ (files only), C/, .hidden/, link -> a, and a file.
 class FolderPickerTest : public testing::Test {
 protected:
     FolderPickerTest() {
         namespace fs = std::filesystem;
         fs::create_directories(Base() + "/a/a1");
         fs::create_directories(Base() + "/b");
+        fs::create_directories(Base() + "/C");
         fs::create_directories(Base() + "/.hidden");
         fs::create_directory_symlink(Base() + "/a", Base() + "/link");
         test::WriteFileBytes(Base() + "/a/file", "x");
@@ -108,11 +109,12 @@ TEST_F(FolderPickerTest, ChildrenAreTheFoldersInOrderWithButtonsWhereTheyHoldFol
     FolderPicker& picker = Open(WideBase());
     const TreeItem base = m_host.TreeSelection(IDC_FP_TREE);
     m_host.ExpandTreeItem(IDC_FP_TREE, base);
-    EXPECT_EQ(ChildTexts(base), (std::vector<std::u16string>{u".hidden", u"a", u"b", u"link"}));
+    // Alphabetical without regard to case, as the tree sorts.
+    EXPECT_EQ(ChildTexts(base), (std::vector<std::u16string>{u".hidden", u"a", u"b", u"C", u"link"}));
     const struct {
         std::u16string strName;
         bool bButton;
-    } cases[] = {{u".hidden", false}, {u"a", true}, {u"b", false}, {u"link", true}};
+    } cases[] = {{u".hidden", false}, {u"a", true}, {u"b", false}, {u"C", false}, {u"link", true}};
     for (const auto& c : cases) {
         const TreeItem item = Child(base, c.strName);
         EXPECT_EQ(m_host.TreeHasChildren(IDC_FP_TREE, item), c.bButton) << Utf16ToUtf8(c.strName);
@@ -129,12 +131,12 @@ TEST_F(FolderPickerTest, CollapsingForgetsTheChildrenSoExpandingReadsTheFolderAg
     const TreeItem base = m_host.TreeSelection(IDC_FP_TREE);
     m_host.ExpandTreeItem(IDC_FP_TREE, base);
     std::filesystem::create_directory(Base() + "/c");
-    EXPECT_EQ(ChildTexts(base).size(), 4u) << "listed once while expanded";
+    EXPECT_EQ(ChildTexts(base).size(), 5u) << "listed once while expanded";
     m_host.CollapseTreeItem(IDC_FP_TREE, base);
     EXPECT_TRUE(m_host.TreeChildren(IDC_FP_TREE, base).empty());
     EXPECT_TRUE(m_host.TreeHasChildren(IDC_FP_TREE, base)) << "the button stays for the next expansion";
     m_host.ExpandTreeItem(IDC_FP_TREE, base);
-    EXPECT_EQ(ChildTexts(base), (std::vector<std::u16string>{u".hidden", u"a", u"b", u"c", u"link"}));
+    EXPECT_EQ(ChildTexts(base), (std::vector<std::u16string>{u".hidden", u"a", u"b", u"C", u"c", u"link"}));
 }
 
 TEST_F(FolderPickerTest, AStorageCardHasItsOwnIconAndExpandsLikeAFolder) {

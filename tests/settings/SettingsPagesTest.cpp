@@ -44,6 +44,17 @@ const struct {
     {IDC_PF_CLIPBOARDFORMAT, TextKey::ClipboardFormat},
 };
 
+// The characters each box takes.
+const std::map<int, int> kLimits = {
+    {IDC_PA_CONNECTWAIT, 10},        {IDC_PA_EPGETCNT, 10},           {IDC_PU_HOSTPOP, 512},
+    {IDC_PU_ACCOUNTPOP, 512},        {IDC_PU_PASSWORDPOP, 512},       {IDC_PM_HOSTSMTP, 1024},
+    {IDC_PM_FROMSMTP, 512},          {IDC_PM_TOSMTP, 512},            {IDC_PM_SUBJECTSMTP, 1024},
+    {IDC_PM_BODYSMTP, 4096},         {IDC_PS_AUTOSENDINTERVAL, 10},   {IDC_PG_LOGFILEDIR, 260},
+    {IDC_PR_RETRYCONNECTMAX, 10},    {IDC_PR_RETRYSENDMAILMAX, 10},   {IDC_PR_RETRYHTTPSENDMAX, 10},
+    {IDC_PL_POSLOGDIR, 260},         {IDC_PL_POSLOGMAXSIZE, 10},      {IDC_PL_POSLOGFORMAT, 260},
+    {IDC_PF_CLIPBOARDFORMAT, 4096},
+};
+
 // Governed control -> the check boxes of which any one enables it.
 const std::map<int, std::set<int>> kEnableRules = {
     {IDC_PA_SUPEXIT, {IDC_PA_STARTUPALL}},
@@ -99,6 +110,7 @@ TEST_F(SheetTest, TabsShowThePagesInOrder) {
     OpenSheet();
     std::vector<std::u16string> titles;
     for (int i = 0; i < m_pHost->PageCount(); ++i) titles.push_back(m_pHost->PageTitle(i));
+    EXPECT_EQ(m_pHost->ActivePage(), 0);
     EXPECT_EQ(titles, (std::vector<std::u16string>{u"動作", u"認証", u"メール送信", u"自動送信", u"メッセージ", u"リトライ",
                                                    u"位置情報ログ", u"機能"}));
 }
@@ -121,6 +133,7 @@ TEST_F(SheetTest, EachNumberAndTextBoxShowsAndReadsItsOwnOption) {
         const bool bNumber = std::holds_alternative<NumberKey>(control.key);
         // A box limited to digits would refuse the letters that the reading rule is made for.
         EXPECT_EQ(PageOf(control.nId).Description(control.nId).nStyle & ES_NUMBER, 0u) << control.nId;
+        EXPECT_EQ(PageOf(control.nId).TextLimit(control.nId), kLimits.at(control.nId)) << control.nId;
         EXPECT_EQ(PageOf(control.nId).GetText(control.nId), FormatText(bNumber ? u"%d" : u"old%d", bNumber ? 100 + i : i))
             << control.nId;
         Type(control.nId, FormatText(bNumber ? u"%d" : u"new%d", bNumber ? 200 + i : i));
@@ -254,7 +267,9 @@ TEST_F(SheetTest, OkOnAnyPageReadsEveryPageAndCancelNone) {
     OpenSheet();
     Type(IDC_PU_HOSTPOP, u"pop.example.org");
     Click(IDC_PS_AUTOSEND, true);
+    EXPECT_FALSE(m_pHost->IsClosed()) << "a click on a box leaves the sheet open";
     Press(IDC_OK, IDC_PF_CLIPBOARDFORMAT);
+    EXPECT_EQ(m_pHost->EndCode(), endcode::kOk);
     EXPECT_EQ(m_rig.m_settings.Text(TextKey::HostPop).Wide(), u"pop.example.org");
     EXPECT_TRUE(m_rig.m_settings.Bool(BoolKey::AutoSend));
 }
