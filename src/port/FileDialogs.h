@@ -19,6 +19,8 @@ struct FileDialogRequest {
     std::u16string strInitialFolder;  // empty: the platform's choice
     bool bMustExist = false;          // open: only an existing file can be chosen
     bool bAskOverwrite = false;       // save: an existing file is replaced only after asking
+
+    bool operator==(const FileDialogRequest&) const = default;
 };
 
 // The open-file and save-file dialogs (GetOpenFileNameW / GetSaveFileNameW). Not named after

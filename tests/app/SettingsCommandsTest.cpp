@@ -1,6 +1,8 @@
 // The main form's commands that open the list editor, the settings files and the settings sheet.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "FormRig.h"
 
 namespace vantrel {
@@ -81,11 +83,9 @@ TEST(SettingsCommands, OpeningAFileLoadsAppliesAndShowsIt) {
     ASSERT_EQ(rig.m_fileDialogs.m_calls.size(), 1u);
     const auto& call = rig.m_fileDialogs.m_calls[0];
     EXPECT_FALSE(call.bSave);
-    EXPECT_EQ(call.request.strTitle, u"設定ファイルの選択");
-    EXPECT_EQ(call.request.strFilterText, u"設定ファイル (*.ini)");
-    EXPECT_EQ(call.request.strFilterPattern, u"*.ini");
-    EXPECT_EQ(call.request.strInitialFolder, rig.m_dir.WidePath()) << "the folder of default.ini";
-    EXPECT_TRUE(call.request.bMustExist);
+    // Starting in the folder of default.ini, an existing file required.
+    EXPECT_EQ(call.request, (FileDialogRequest{u"設定ファイルの選択", u"設定ファイル (*.ini)", u"*.ini", false,
+                                               rig.m_dir.WidePath(), true, false}));
     EXPECT_EQ(rig.FormSettings().Path(), strOther);
     EXPECT_TRUE(rig.m_ui.HasTimer(timer::kAutoSend)) << "applied";
     EXPECT_EQ(rig.m_host.ComboCount(IDC_URL_LIST), 2) << "shown";
@@ -122,15 +122,14 @@ TEST(SettingsCommands, SavingWritesTheFormAndRecordToTheChosenFile) {
     FormRig rig;
     ASSERT_TRUE(rig.Create());
     rig.m_host.SetCheck(IDC_HTTPSEND, true);
-    const std::u16string strSaved = rig.m_dir.WideFile("saved.ini");
+    std::filesystem::create_directory(rig.m_dir.File("sub"));
+    const std::u16string strSaved = rig.m_dir.WideFile("sub/saved.ini");
     rig.m_fileDialogs.m_strAnswer = strSaved;
     rig.Command(IDM_SAVE);
     const auto& call = rig.m_fileDialogs.m_calls.at(0);
     EXPECT_TRUE(call.bSave);
-    EXPECT_EQ(call.request.strTitle, u"設定ファイルの保存");
-    EXPECT_EQ(call.request.strFilterText, u"設定ファイル (*.ini)");
-    EXPECT_EQ(call.request.strInitialFolder, rig.m_dir.WidePath());
-    EXPECT_TRUE(call.request.bAskOverwrite);
+    FileDialogRequest expected{u"設定ファイルの保存", u"設定ファイル (*.ini)", u"*.ini", false, rig.m_dir.WidePath(), false, true};
+    EXPECT_EQ(call.request, expected);
     Settings saved(rig.m_profile, *rig.m_pFiles);
     ASSERT_TRUE(saved.Load(strSaved));
     EXPECT_TRUE(saved.Bool(BoolKey::HttpSend)) << "the form was read first";
@@ -139,6 +138,8 @@ TEST(SettingsCommands, SavingWritesTheFormAndRecordToTheChosenFile) {
     rig.m_fileDialogs.m_strAnswer.clear();
     rig.Command(IDM_SAVE);
     EXPECT_EQ(rig.FormSettings().Path(), strSaved) << "cancelled";
+    expected.strInitialFolder = rig.m_dir.WideFile("sub");
+    EXPECT_EQ(rig.m_fileDialogs.m_calls.at(1).request, expected) << "the folder of the file now in use";
 }
 
 // The sheet's OK applies and saves; its キャンセル touches neither the record nor the file.

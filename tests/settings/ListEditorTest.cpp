@@ -235,9 +235,9 @@ TEST_F(ListEditorTest, BrowseStartsInTheFolderOfTheBrowserPath) {
         m_pHost->SendCommand(IDC_LE_BROWSE);
         const auto& call = m_rig.m_fileDialogs.m_calls.back();
         EXPECT_FALSE(call.bSave);
-        EXPECT_EQ(call.request.strTitle, u"ブラウザの選択");
-        EXPECT_TRUE(call.request.bExecutables);
-        EXPECT_EQ(call.request.strInitialFolder, c.strFolder) << Utf16ToUtf8(c.strInput);
+        EXPECT_EQ(call.request, (FileDialogRequest{u"ブラウザの選択", u"実行ファイル (*.exe)", u"*.exe", true, c.strFolder,
+                                                   true, false}))
+            << Utf16ToUtf8(c.strInput);
         EXPECT_EQ(m_pHost->GetText(IDC_LE_INPUT), c.strAfter) << Utf16ToUtf8(c.strInput);
     }
 }
