@@ -32,7 +32,9 @@ FolderPicker::FolderPicker(DialogHost& host, FileSystem& files, const ResourceMo
 
 void FolderPicker::Open(const std::u16string& strFolder, bool bSubfolders) {
     CreateControls(m_resources, IDD_FOLDER, m_host);
-    m_host.SetCommandHandler([this](int nId, int) { OnCommand(nId); });
+    m_host.SetCommandHandler([this](int nId, int nNotify) {
+        if (nNotify == command::kClicked) OnCommand(nId);
+    });
     m_host.SetNotifyHandler([this](const Notification& note) { OnNotify(note); });
     DualString strRoot;
     strRoot.LoadStringResource(m_resources, IDS_MY_POCKET_PC);

@@ -38,7 +38,9 @@ int ListEditor::Run() {
 
 void ListEditor::Open() {
     BuildControls();
-    m_host.SetCommandHandler([this](int nId, int) { OnCommand(nId); });
+    m_host.SetCommandHandler([this](int nId, int nNotify) {
+        if (nNotify == command::kClicked) OnCommand(nId);
+    });
     m_host.SetNotifyHandler([this](const Notification& note) { OnNotify(note); });
     m_host.ListReset(IDC_LE_LIST);
     for (std::size_t i = 0; i < m_list.RowCount(); ++i) {

@@ -32,7 +32,8 @@ void SettingsPage::Create(DialogHost& host, PageRegistry& registry, SettingsShee
     if (!registry.Bind(host, this)) return;
     m_pHost = &host;
     m_pSheet = &sheet;
-    host.SetCommandHandler([&registry, &host](int nId, int) {
+    host.SetCommandHandler([&registry, &host](int nId, int nNotify) {
+        if (nNotify != command::kClicked) return;  // typing in a box changes nothing until OK
         if (SettingsPage* pPage = registry.Find(host)) pPage->OnCommand(nId);
     });
     OnInitControls();
