@@ -55,7 +55,8 @@ PlatformServices::PlatformServices(const CommandLine& line, std::ostream& messag
       pWindows(CreateWindowFinder()),
       windowModule(*pLibraries),
       clipboard(windowModule, messageSink),
-      pFileDialogs(CreateFileDialogs(*pLibraries, noFileDialogs)),
+      platformFileDialogs(noFileDialogs),
+      pFileDialogs(CreateFileDialogs(*pLibraries, platformFileDialogs)),
       pInterrupts(CreateInterrupts()),
       ui(*pClock),
       dialogs(ui) {}
@@ -78,6 +79,7 @@ void PlatformServices::AttachWindow(WindowModule& module) {
     m_pUi = &module.Ui();
     m_pDialogs = &module.Dialogs();
     boxes.SetTarget(module.MessageBoxes());
+    platformFileDialogs.SetTarget(module.SystemFileDialogs());
 }
 
 FormServices PlatformServices::MakeFormServices() {
