@@ -74,6 +74,19 @@ TEST_F(QtFileDialogsTest, SaveAsksBeforeReplacingOnlyWhenRequested) {
     }
 }
 
+// The program ending while a dialog is open: it closes as cancelled, and no other one opens.
+TEST_F(QtFileDialogsTest, AQuitCancels) {
+    std::u16string strPath = u"unchanged";
+    WhenOpen(m_ui, [&](QFileDialog& dialog) {
+        dialog.selectFile(QString::fromStdString(m_dir.File("default.ini")));
+        m_ui.Quit(0);
+    });
+    EXPECT_FALSE(m_dialogs.ChooseOpenFile(0, Settings(false), strPath));
+    EXPECT_FALSE(m_dialogs.ChooseSaveFile(0, Settings(true), strPath));
+    EXPECT_EQ(strPath, u"unchanged");
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
 // Programs carry no extension here: the filter lists the files that may be run.
 TEST_F(QtFileDialogsTest, AnExecutablesFilterShowsProgramsOnly) {
     std::u16string strPath;
