@@ -7,9 +7,12 @@
 #include "app/DialogTemplate.h"
 #include "deliver/MessageFacility.h"
 #include "port/DialogHost.h"
+#include "port/FileDialogs.h"
 #include "port/FileSystem.h"
 #include "port/UiThread.h"
 #include "resource.h"
+#include "settings/ListEditor.h"
+#include "settings/SettingsSheet.h"
 
 namespace vantrel {
 
@@ -121,8 +124,65 @@ void MainForm::OnCommand(int nId) {
     case IDM_COPY: ReadForm(); CopyToClipboard(); return;
     case IDM_NEWMAIL: ReadForm(); NewMailWithPosition(); return;
     case IDM_EXIT: PostClose(); return;
-    default: return;  // the list editor, settings sheet, file dialogs and version box come with the window
+    case IDC_URL_EDIT:
+    case IDC_BROWSER_EDIT: EditList(nId); return;
+    case IDM_OPEN: OpenSettingsFile(); return;
+    case IDM_SAVE: SaveSettingsFile(); return;
+    case IDM_SETTINGS: ShowSettingsSheet(); return;
+    default: return;  // the version box comes with the window
     }
+}
+
+SettingsUiServices MainForm::UiServices() const {
+    return SettingsUiServices{m_services.dialogs, m_services.files, m_services.fileDialogs, m_services.messages,
+                              m_services.resources};
+}
+
+void MainForm::EditList(int nId) {
+    if (m_bBusy) return;
+    ReadForm();
+    // On OK the editor stores its rows and its selected row (-1 for none) in the list itself.
+    if (nId == IDC_URL_EDIT) vantrel::EditList(UiServices(), Owner(), m_settings.UrlList(), ListEditor::kUrlList);
+    else vantrel::EditList(UiServices(), Owner(), m_settings.BrowserList(), ListEditor::kBrowserList);
+    WriteForm();
+}
+
+// Where the file dialogs start: the folder of the settings file in use, else the program folder.
+std::u16string MainForm::SettingsFolder() const {
+    const std::u16string& strPath = m_settings.Path();
+    const std::size_t nCut = strPath.rfind(m_services.files.Separator());
+    if (nCut == std::u16string::npos) return m_services.strProgramFolder;
+    return strPath.substr(0, nCut == 0 ? 1 : nCut);
+}
+
+void MainForm::OpenSettingsFile() {
+    if (m_bBusy) return;
+    ReadForm();
+    const FileDialogRequest request{u"設定ファイルの選択", u"設定ファイル (*.ini)", u"*.ini", false, SettingsFolder(), true, false};
+    std::u16string strPath;
+    if (!m_services.fileDialogs.ChooseOpenFile(Owner(), request, strPath)) return;
+    // A file that cannot be read leaves the record as it was, so nothing is applied.
+    if (!m_settings.Load(strPath)) return;
+    ApplySettings();
+    WriteForm();
+}
+
+void MainForm::SaveSettingsFile() {
+    if (m_bBusy) return;
+    ReadForm();
+    const FileDialogRequest request{u"設定ファイルの保存", u"設定ファイル (*.ini)", u"*.ini", false, SettingsFolder(), false, true};
+    std::u16string strPath;
+    if (m_services.fileDialogs.ChooseSaveFile(Owner(), request, strPath)) m_settings.Save(strPath);
+}
+
+// Saving here is what brings auto-send back after a start-up whose settings file did not load:
+// the file then exists for the next start.
+void MainForm::ShowSettingsSheet() {
+    if (m_bBusy) return;
+    ReadForm();
+    if (RunSettingsSheet(UiServices(), Owner(), m_pages, m_settings) != endcode::kOk) return;
+    ApplySettings();
+    m_settings.Save(m_settings.Path().empty() ? m_settings.DefaultFilePath(m_services.strProgramFolder) : m_settings.Path());
 }
 
 void MainForm::FillCombo(int nId, const SettingsList& list) {

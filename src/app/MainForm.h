@@ -16,12 +16,15 @@
 #include "deliver/Launchers.h"
 #include "deliver/MailClient.h"
 #include "settings/Settings.h"
+#include "settings/SettingsPage.h"
+#include "settings/SettingsUi.h"
 
 namespace vantrel {
 
 class Clipboard;
 class DialogFactory;
 class DialogHost;
+class FileDialogs;
 class FileSystem;
 class HttpTransport;
 class LibraryLoader;
@@ -48,6 +51,7 @@ struct FormServices {
     WindowFinder& windows;
     Clipboard& clipboard;
     LibraryLoader& libraries;
+    FileDialogs& fileDialogs;
     std::u16string strProgramFolder;  // default.ini, cache.txt and cookies.txt live here
 };
 
@@ -114,6 +118,13 @@ public:
     int CopyToClipboard();
     int NewMailWithPosition();
 
+    // The list editor on the URL list (IDC_URL_EDIT) or the browser list (IDC_BROWSER_EDIT).
+    void EditList(int nId);
+    // The menu's settings files and settings sheet.
+    void OpenSettingsFile();
+    void SaveSettingsFile();
+    void ShowSettingsSheet();
+
     // Where WM_CLOSE goes (the application closes the window); posted, never called directly.
     void SetCloseHandler(std::function<void()> fnClose) { m_fnClose = std::move(fnClose); }
     // Receives every piece appended to the result text (the windowless program prints it).
@@ -154,6 +165,8 @@ private:
     void StopMonitorSession();
     void FillCombo(int nId, const SettingsList& list);
     void ReadCombo(int nId, SettingsList& list);
+    SettingsUiServices UiServices() const;
+    std::u16string SettingsFolder() const;
 
     FormServices m_services;
     DialogHost& m_host;
@@ -165,6 +178,7 @@ private:
     MailClient m_mail;
     Launchers m_launchers;
     ConnectionManager m_conn;
+    PageRegistry m_pages;  // every settings page bound while the program runs
     WsimSession m_wsim;
     WsimMonitorSession m_monitor;
     DelayThread m_waitGuard;

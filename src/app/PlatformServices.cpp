@@ -5,6 +5,7 @@
 #include "app/MainForm.h"
 #include "port/Clock.h"
 #include "port/Factories.h"
+#include "port/FileDialogs.h"
 #include "port/FileSystem.h"
 #include "port/HttpTransport.h"
 #include "port/Interrupts.h"
@@ -54,6 +55,8 @@ PlatformServices::PlatformServices(const CommandLine& line, std::ostream& messag
       pWindows(CreateWindowFinder()),
       windowModule(*pLibraries),
       clipboard(windowModule, messageSink),
+      platformFileDialogs(noFileDialogs),
+      pFileDialogs(CreateFileDialogs(*pLibraries, platformFileDialogs)),
       pInterrupts(CreateInterrupts()),
       ui(*pClock),
       dialogs(ui) {}
@@ -76,12 +79,13 @@ void PlatformServices::AttachWindow(WindowModule& module) {
     m_pUi = &module.Ui();
     m_pDialogs = &module.Dialogs();
     boxes.SetTarget(module.MessageBoxes());
+    platformFileDialogs.SetTarget(module.SystemFileDialogs());
 }
 
 FormServices PlatformServices::MakeFormServices() {
     return FormServices{*pClock,  *pFiles,     messages,  ResourceModule::Program(), *m_pUi,     *m_pDialogs,
                         serial,   *pHttp,      *pSockets, *pLauncher,                *pWindows,  clipboard,
-                        *pLibraries, strProgramFolder};
+                        *pLibraries, *pFileDialogs, strProgramFolder};
 }
 
 }  // namespace vantrel

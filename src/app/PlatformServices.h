@@ -8,9 +8,11 @@
 #include "acquire/SerialPort.h"
 #include "app/WindowModuleLoader.h"
 #include "deliver/MessageFacility.h"
+#include "platform/headless/CancelledFileDialogs.h"
 #include "platform/headless/ConsoleMessageBox.h"
 #include "platform/headless/HeadlessUiThread.h"
 #include "platform/headless/MemoryDialogHost.h"
+#include "port/FileDialogs.h"
 
 namespace vantrel {
 
@@ -44,6 +46,22 @@ private:
     MessageBoxHost* m_pTarget;
 };
 
+// File dialogs answer "cancelled" until a window takes them over.
+class FileDialogRoute final : public FileDialogs {
+public:
+    explicit FileDialogRoute(FileDialogs& target) : m_pTarget(&target) {}
+    void SetTarget(FileDialogs& target) { m_pTarget = &target; }
+    bool ChooseOpenFile(WindowHandle hOwner, const FileDialogRequest& request, std::u16string& strPath) override {
+        return m_pTarget->ChooseOpenFile(hOwner, request, strPath);
+    }
+    bool ChooseSaveFile(WindowHandle hOwner, const FileDialogRequest& request, std::u16string& strPath) override {
+        return m_pTarget->ChooseSaveFile(hOwner, request, strPath);
+    }
+
+private:
+    FileDialogs* m_pTarget;
+};
+
 // Every platform service of one run, created once by the composition root and handed to whatever
 // needs it. Installs the code page for the run's lifetime. The UI is the headless one unless a
 // window module is attached; the toolkit is loaded only for the window or a copy.
@@ -56,7 +74,8 @@ struct PlatformServices {
 
     // Starts the emulated module when the port is "sim"; false when it cannot start.
     bool StartSimulatedModule();
-    // The window module's UI thread, dialogs and message boxes in place of the headless ones.
+    // The window module's UI thread, dialogs, message boxes and file dialogs in place of the
+    // headless ones.
     void AttachWindow(WindowModule& module);
     UiThread& Ui() { return *m_pUi; }
     DialogFactory& Dialogs() { return *m_pDialogs; }
@@ -81,6 +100,9 @@ struct PlatformServices {
     std::unique_ptr<WindowFinder> pWindows;
     WindowModuleLoader windowModule;
     ModuleClipboard clipboard;
+    CancelledFileDialogs noFileDialogs;  // without a window nobody chooses a file
+    FileDialogRoute platformFileDialogs;
+    std::unique_ptr<FileDialogs> pFileDialogs;  // the replacement library first
     std::unique_ptr<Interrupts> pInterrupts;
     HeadlessUiThread ui;
     MemoryDialogFactory dialogs;

@@ -15,7 +15,7 @@ set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/WindowApp.cpp PROPERTIES C
   "VANTREL_VERSION=\"${PROJECT_VERSION}\";VANTREL_BUILD_DATE=\"${VANTREL_BUILD_DATE}\"")
 target_link_libraries(vantrel_app PUBLIC
   vantrel_acquire vantrel_serial vantrel_lookup vantrel_http vantrel_mail vantrel_launch
-  vantrel_connection vantrel_dialogs vantrel_headless vantrel_settings vantrel_message
+  vantrel_connection vantrel_dialogs vantrel_headless vantrel_settings vantrel_settingsui vantrel_message
   vantrel_platform vantrel_resources)
 # The libraries the program loads when it needs them are built with it.
 add_dependencies(vantrel_app vantrel-http)

@@ -10,6 +10,7 @@ namespace vantrel {
 class Clipboard;
 class DialogFactory;
 class DialogHost;
+class FileDialogs;
 class MessageBoxHost;
 class UiThread;
 
@@ -93,6 +94,8 @@ public:
     virtual DialogFactory& Dialogs() = 0;
     virtual MessageBoxHost& MessageBoxes() = 0;
     virtual Clipboard& SystemClipboard() = 0;
+    // The toolkit's open-file and save-file dialogs.
+    virtual FileDialogs& SystemFileDialogs() = 0;
     virtual std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowSpec& spec) = 0;
     virtual std::unique_ptr<TrayIcon> CreateTrayIcon() = 0;
     virtual std::unique_ptr<InstanceGuard> CreateInstanceGuard() = 0;
@@ -102,7 +105,7 @@ public:
 
 // The library's one entry point, exported unmangled: a new module when nVersion is the version
 // it was built with, else null.
-constexpr int kWindowModuleVersion = 1;
+constexpr int kWindowModuleVersion = 2;
 constexpr char16_t kWindowModuleLibrary[] = u"vantrel-qt";
 constexpr char kCreateWindowModuleSymbol[] = "CreateVantrelWindowModule";
 extern "C" {

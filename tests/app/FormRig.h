@@ -33,6 +33,7 @@
 #include "support/FakeWindowFinder.h"
 #include "support/ManualClock.h"
 #include "support/RecordingMessageBox.h"
+#include "support/ScriptedFileDialogs.h"
 #include "support/TempDir.h"
 
 namespace vantrel::test {
@@ -173,7 +174,7 @@ public:
     FormServices Services() {
         return FormServices{m_clock,   *m_pFiles, m_messages, ResourceModule::Program(), m_ui,        m_dialogs,
                             m_serial,  *m_pHttp,  *m_pSockets, m_launcher,               m_windows,   m_clipboard,
-                            m_libraries, m_dir.WidePath()};
+                            m_libraries, m_fileDialogs, m_dir.WidePath()};
     }
 
     TempDir m_dir;  // the program folder: default.ini, cache.txt, cookies.txt, the logs
@@ -198,6 +199,7 @@ public:
     FakeWindowFinder m_windows{m_clock};
     FakeClipboard m_clipboard;
     FakeDlgConnectLoader m_libraries;
+    ScriptedFileDialogs m_fileDialogs;
     SettingsProfile m_profile = LinuxSettingsProfile(m_dir.WidePath());
     std::function<void(const std::u16string&)> m_onHandOff;  // runs inside a hand-off (mid-send)
     int m_nCloses = 0;

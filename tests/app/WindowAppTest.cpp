@@ -22,6 +22,7 @@
 #include "support/FakeClipboard.h"
 #include "support/LoopbackHttpServer.h"
 #include "support/RecordingMessageBox.h"
+#include "support/ScriptedFileDialogs.h"
 #include "support/TempDir.h"
 
 namespace vantrel {
@@ -98,6 +99,7 @@ public:
     DialogFactory& Dialogs() override { return m_dialogs; }
     MessageBoxHost& MessageBoxes() override { return m_boxes; }
     Clipboard& SystemClipboard() override { return m_clipboard; }
+    FileDialogs& SystemFileDialogs() override { return m_fileDialogs; }
     std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowSpec& spec) override {
         auto pWindow = std::make_unique<FakeMainWindow>(m_ui, spec);
         m_pWindow = pWindow.get();
@@ -120,6 +122,7 @@ public:
     MemoryDialogFactory m_dialogs{m_ui};
     test::RecordingMessageBox m_boxes;
     test::FakeClipboard m_clipboard;
+    test::ScriptedFileDialogs m_fileDialogs;
     bool m_bFirst = true;
     bool m_bWide = false;
     FakeMainWindow* m_pWindow = nullptr;
@@ -203,6 +206,19 @@ TEST_F(WindowAppTest, ExitFromTheMenuReadsTheFormBackAndRemovesTheTrayIcon) {
     EXPECT_FALSE(m_module.m_pTray->IsVisible());
     EXPECT_EQ(Window().m_nRaised, 2);
     EXPECT_TRUE(m_pApp->Form()->GetSettings().Bool(BoolKey::HttpSend));
+}
+
+// Without the replacement library the menu's save asks the window's own dialog.
+TEST_F(WindowAppTest, TheMenuSavesThroughTheWindowsFileDialog) {
+    m_module.m_fileDialogs.m_strAnswer = m_home.WideFile("chosen.ini");
+    ASSERT_EQ(Run({[&] {
+                       Window().m_fnCommand(IDM_SAVE);
+                       Window().m_fnClose();
+                   }}),
+              0);
+    ASSERT_EQ(m_module.m_fileDialogs.m_calls.size(), 1u);
+    EXPECT_TRUE(m_module.m_fileDialogs.m_calls[0].bSave);
+    EXPECT_FALSE(test::ReadFileBytes(m_home.File("chosen.ini")).empty());
 }
 
 TEST_F(WindowAppTest, SecondStartOnlyAsksTheFirst) {

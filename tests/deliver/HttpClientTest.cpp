@@ -113,6 +113,7 @@ TEST_F(HttpClientTest, HangingServerEndsThePlainFetchAtTheLimit) {
         bRelease = true;
     }
     released.notify_all();
+    m_server.Stop();  // the handler waits on this body's locals: it must end before they do
 
     EXPECT_GE(elapsed, 300ms);
     EXPECT_LT(elapsed, 1500ms);  // the limit plus at most the grace wait, not the 30 s of the session

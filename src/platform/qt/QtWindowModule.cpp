@@ -11,6 +11,7 @@
 
 #include "platform/qt/QtClipboard.h"
 #include "platform/qt/QtDialogHost.h"
+#include "platform/qt/QtFileDialogs.h"
 #include "platform/qt/QtInstanceGuard.h"
 #include "platform/qt/QtMainWindow.h"
 #include "platform/qt/QtMessageBox.h"
@@ -68,6 +69,7 @@ QAccessibleInterface* DialogAccessibility(const QString& strClass, QObject* pObj
 class QtWindowModule final : public WindowModule {
 public:
     ~QtWindowModule() override {
+        m_pFileDialogs.reset();
         m_pDialogs.reset();
         m_pBoxes.reset();
         m_pUi.reset();
@@ -93,6 +95,7 @@ public:
         m_pUi = std::make_unique<QtUiThread>();
         m_pBoxes = std::make_unique<QtMessageBox>(*m_pUi);
         m_pDialogs = std::make_unique<QtDialogFactory>(*m_pUi);
+        m_pFileDialogs = std::make_unique<QtFileDialogs>(*m_pUi);
         return true;
     }
 
@@ -100,6 +103,7 @@ public:
     DialogFactory& Dialogs() override { return *m_pDialogs; }
     MessageBoxHost& MessageBoxes() override { return *m_pBoxes; }
     Clipboard& SystemClipboard() override { return m_clipboard; }
+    FileDialogs& SystemFileDialogs() override { return *m_pFileDialogs; }
 
     std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowSpec& spec) override {
         return std::make_unique<QtMainWindow>(*m_pUi, spec);
@@ -121,6 +125,7 @@ private:
     std::unique_ptr<QtUiThread> m_pUi;
     std::unique_ptr<QtMessageBox> m_pBoxes;
     std::unique_ptr<QtDialogFactory> m_pDialogs;
+    std::unique_ptr<QtFileDialogs> m_pFileDialogs;
     QtClipboard m_clipboard;
 };
 

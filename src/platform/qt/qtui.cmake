@@ -1,10 +1,11 @@
-# The Qt renderer: dialog host, UI thread and message boxes on Qt Widgets. Position-independent,
-# because the window module that links it is a shared library loaded only when a display is needed.
+# The Qt renderer: dialog host, UI thread, message boxes and file dialogs on Qt Widgets.
+# Position-independent, because the window module that links it is a shared library loaded only when a display is needed.
 find_package(Qt6 REQUIRED COMPONENTS Widgets)
 add_library(vantrel_qtui STATIC
   ${CMAKE_CURRENT_LIST_DIR}/DialogUnits.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtControls.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtDialogHost.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/QtFileDialogs.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtMessageBox.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtModalRun.cpp
   ${CMAKE_CURRENT_LIST_DIR}/QtSheetHost.cpp

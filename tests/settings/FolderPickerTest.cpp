@@ -1,0 +1,192 @@
+// The folder picker over a real folder tree: lazy listing, expand buttons, collapse, selecting a
+// given path, and the choice it returns.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "settings/FolderPicker.h"
+#include "settings/TextUtil.h"
+#include "UiRig.h"
+
+namespace vantrel {
+namespace {
+
+// The real file system, with the folders of one name marked as mount points (a storage card).
+class CardFileSystem final : public FileSystem {
+public:
+    CardFileSystem(FileSystem& real, std::u16string strCard) : m_real(real), m_strCard(std::move(strCard)) {}
+    std::unique_ptr<File> Open(const std::u16string& strPath, OpenMode mode) override { return m_real.Open(strPath, mode); }
+    bool IsDirectory(const std::u16string& strPath) override { return m_real.IsDirectory(strPath); }
+    bool Replace(const std::u16string& strFrom, const std::u16string& strTo) override { return m_real.Replace(strFrom, strTo); }
+    bool Remove(const std::u16string& strPath) override { return m_real.Remove(strPath); }
+    char16_t Separator() const override { return m_real.Separator(); }
+    bool ListDirectories(const std::u16string& strFolder, std::vector<DirectoryEntry>& entries) override {
+        const bool bListed = m_real.ListDirectories(strFolder, entries);
+        for (DirectoryEntry& entry : entries) entry.bMountPoint = entry.strName == m_strCard;
+        return bListed;
+    }
+    bool HasDirectories(const std::u16string& strFolder) override { return m_real.HasDirectories(strFolder); }
+
+private:
+    FileSystem& m_real;
+    std::u16string m_strCard;
+};
+
+// base/ holds a/ (with a1/ and a file), b/ (files only), C/, .hidden/, link -> a, and a file.
+class FolderPickerTest : public testing::Test {
+protected:
+    FolderPickerTest() {
+        namespace fs = std::filesystem;
+        fs::create_directories(Base() + "/a/a1");
+        fs::create_directories(Base() + "/b");
+        fs::create_directories(Base() + "/C");
+        fs::create_directories(Base() + "/.hidden");
+        fs::create_directory_symlink(Base() + "/a", Base() + "/link");
+        test::WriteFileBytes(Base() + "/a/file", "x");
+        test::WriteFileBytes(Base() + "/b/file", "x");
+        test::WriteFileBytes(Base() + "/z.txt", "x");
+    }
+    std::string Base() const { return m_rig.m_dir.File("base"); }
+    std::u16string WideBase() const { return Utf8ToUtf16(Base()); }
+    FolderPicker& Open(const std::u16string& strFolder, FileSystem* pFiles = nullptr) {
+        m_pPicker = std::make_unique<FolderPicker>(m_host, pFiles ? *pFiles : *m_rig.m_pFiles, ResourceModule::Program());
+        m_pPicker->Open(strFolder, false);
+        return *m_pPicker;
+    }
+    std::vector<std::u16string> ChildTexts(TreeItem item) const {
+        std::vector<std::u16string> texts;
+        for (TreeItem child : m_host.TreeChildren(IDC_FP_TREE, item)) texts.push_back(m_host.TreeText(IDC_FP_TREE, child));
+        return texts;
+    }
+    TreeItem Child(TreeItem item, const std::u16string& strText) const {
+        for (TreeItem child : m_host.TreeChildren(IDC_FP_TREE, item))
+            if (m_host.TreeText(IDC_FP_TREE, child) == strText) return child;
+        return 0;
+    }
+
+    test::UiRig m_rig;
+    MemoryDialogHost m_host{m_rig.m_ui};
+    std::unique_ptr<FolderPicker> m_pPicker;
+};
+
+TEST_F(FolderPickerTest, TheRootStandsForTheFileSystemRoot) {
+    FolderPicker& picker = Open(u"");
+    EXPECT_EQ(m_host.Title(), u"検索するフォルダの指定");
+    EXPECT_EQ(m_host.TreeChildren(IDC_FP_TREE, 0), std::vector<TreeItem>{picker.Root()});
+    EXPECT_EQ(m_host.TreeText(IDC_FP_TREE, picker.Root()), u"マイ ポケットPC");
+    EXPECT_EQ(m_host.TreeIconOf(IDC_FP_TREE, picker.Root()), TreeIcon::Program);
+    EXPECT_TRUE(m_host.IsTreeExpanded(IDC_FP_TREE, picker.Root()));
+    EXPECT_EQ(m_host.TreeSelection(IDC_FP_TREE), picker.Root());
+    EXPECT_EQ(picker.ItemPath(picker.Root()), u"");
+    const std::vector<std::u16string> top = ChildTexts(picker.Root());
+    EXPECT_NE(std::find(top.begin(), top.end(), u"tmp"), top.end()) << "the children of / are listed";
+}
+
+// Path given -> the folder selected (relative to base; "" is base itself, "-" the root).
+TEST_F(FolderPickerTest, AGivenPathIsSelectedDownToItsDeepestExistingFolder) {
+    const struct {
+        std::u16string strPath;
+        std::u16string strSelected;
+    } cases[] = {
+        {u"/a/a1", u"/a/a1"},
+        {u"/a/a1/", u"/a/a1"},
+        {u"/a/gone/a1", u"/a"},  // a middle component that no longer exists
+        {u"/A", u""},            // names match exactly
+        {u"/z.txt", u""},        // files are no folders
+        {u"/link/a1", u"/link/a1"},
+    };
+    for (const auto& c : cases) {
+        FolderPicker& picker = Open(WideBase() + c.strPath);
+        EXPECT_EQ(picker.ItemPath(m_host.TreeSelection(IDC_FP_TREE)), WideBase() + c.strSelected) << Utf16ToUtf8(c.strPath);
+    }
+}
+
+// Expand button <=> the folder holds a folder; files are not listed.
+TEST_F(FolderPickerTest, ChildrenAreTheFoldersInOrderWithButtonsWhereTheyHoldFolders) {
+    FolderPicker& picker = Open(WideBase());
+    const TreeItem base = m_host.TreeSelection(IDC_FP_TREE);
+    m_host.ExpandTreeItem(IDC_FP_TREE, base);
+    // Alphabetical without regard to case, as the tree sorts.
+    EXPECT_EQ(ChildTexts(base), (std::vector<std::u16string>{u".hidden", u"a", u"b", u"C", u"link"}));
+    const struct {
+        std::u16string strName;
+        bool bButton;
+    } cases[] = {{u".hidden", false}, {u"a", true}, {u"b", false}, {u"C", false}, {u"link", true}};
+    for (const auto& c : cases) {
+        const TreeItem item = Child(base, c.strName);
+        EXPECT_EQ(m_host.TreeHasChildren(IDC_FP_TREE, item), c.bButton) << Utf16ToUtf8(c.strName);
+        EXPECT_EQ(m_host.TreeIconOf(IDC_FP_TREE, item), TreeIcon::Folder) << Utf16ToUtf8(c.strName);
+        EXPECT_EQ(picker.ItemPath(item), WideBase() + u"/" + c.strName);
+    }
+    m_host.ExpandTreeItem(IDC_FP_TREE, Child(base, u"a"));
+    EXPECT_EQ(ChildTexts(Child(base, u"a")), std::vector<std::u16string>{u"a1"});
+    EXPECT_EQ(picker.ItemPath(Child(Child(base, u"a"), u"a1")), WideBase() + u"/a/a1");
+}
+
+TEST_F(FolderPickerTest, CollapsingForgetsTheChildrenSoExpandingReadsTheFolderAgain) {
+    Open(WideBase());
+    const TreeItem base = m_host.TreeSelection(IDC_FP_TREE);
+    m_host.ExpandTreeItem(IDC_FP_TREE, base);
+    std::filesystem::create_directory(Base() + "/c");
+    EXPECT_EQ(ChildTexts(base).size(), 5u) << "listed once while expanded";
+    m_host.CollapseTreeItem(IDC_FP_TREE, base);
+    EXPECT_TRUE(m_host.TreeChildren(IDC_FP_TREE, base).empty());
+    EXPECT_TRUE(m_host.TreeHasChildren(IDC_FP_TREE, base)) << "the button stays for the next expansion";
+    m_host.ExpandTreeItem(IDC_FP_TREE, base);
+    EXPECT_EQ(ChildTexts(base), (std::vector<std::u16string>{u".hidden", u"a", u"b", u"C", u"c", u"link"}));
+}
+
+TEST_F(FolderPickerTest, AStorageCardHasItsOwnIconAndExpandsLikeAFolder) {
+    CardFileSystem files(*m_rig.m_pFiles, u"a");
+    Open(WideBase(), &files);
+    const TreeItem base = m_host.TreeSelection(IDC_FP_TREE);
+    m_host.ExpandTreeItem(IDC_FP_TREE, base);
+    const TreeItem card = Child(base, u"a");
+    EXPECT_EQ(m_host.TreeIconOf(IDC_FP_TREE, card), TreeIcon::StorageCard);
+    EXPECT_EQ(m_host.TreeIconOf(IDC_FP_TREE, Child(base, u"b")), TreeIcon::Folder);
+    m_host.ExpandTreeItem(IDC_FP_TREE, card);
+    EXPECT_EQ(ChildTexts(card), std::vector<std::u16string>{u"a1"});
+}
+
+// The real file system marks another mounted file system: /proc is one on every Linux.
+TEST_F(FolderPickerTest, MountPointsAreMarkedByTheFileSystem) {
+    std::vector<DirectoryEntry> entries;
+    ASSERT_TRUE(m_rig.m_pFiles->ListDirectories(u"/", entries));
+    const auto proc = std::find_if(entries.begin(), entries.end(), [](const auto& e) { return e.strName == u"proc"; });
+    ASSERT_NE(proc, entries.end());
+    EXPECT_TRUE(proc->bMountPoint);
+    ASSERT_TRUE(m_rig.m_pFiles->ListDirectories(WideBase(), entries));
+    EXPECT_TRUE(std::none_of(entries.begin(), entries.end(), [](const auto& e) { return e.bMountPoint; }));
+    EXPECT_FALSE(m_rig.m_pFiles->ListDirectories(WideBase() + u"/missing", entries));
+}
+
+TEST_F(FolderPickerTest, OkReturnsTheSelectedFolderAndTheCheckBoxCancelNothing) {
+    std::u16string strFolder = WideBase() + u"/a";
+    bool bSubfolders = true;
+    m_rig.WhenModal([this](MemoryDialogHost& dialog) {
+        EXPECT_TRUE(dialog.GetCheck(IDC_FP_SUBFOLDERS));
+        const TreeItem a = dialog.TreeSelection(IDC_FP_TREE);
+        dialog.ExpandTreeItem(IDC_FP_TREE, a);
+        dialog.TreeSelect(IDC_FP_TREE, dialog.TreeChildren(IDC_FP_TREE, a).at(0));
+        dialog.SetCheck(IDC_FP_SUBFOLDERS, false);
+        dialog.SendCommand(IDC_OK);
+    });
+    ASSERT_TRUE(PickFolder(m_rig.m_services, 0, strFolder, bSubfolders));
+    EXPECT_EQ(strFolder, WideBase() + u"/a/a1");
+    EXPECT_FALSE(bSubfolders);
+
+    m_rig.WhenModal([](MemoryDialogHost& dialog) {
+        dialog.TreeSelect(IDC_FP_TREE, dialog.TreeChildren(IDC_FP_TREE, 0).at(0));
+        dialog.SetCheck(IDC_FP_SUBFOLDERS, true);
+        dialog.SendCommand(IDC_CANCEL);
+    });
+    EXPECT_FALSE(PickFolder(m_rig.m_services, 0, strFolder, bSubfolders));
+    EXPECT_EQ(strFolder, WideBase() + u"/a/a1");
+    EXPECT_FALSE(bSubfolders);
+}
+
+}  // namespace
+}  // namespace vantrel

@@ -1,0 +1,321 @@
+// The settings sheet: what each page shows and reads, its enable rules, and OK and キャンセル
+// acting on the whole sheet.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <set>
+#include <variant>
+
+#include "settings/Format.h"
+#include "settings/SettingsPage.h"
+#include "settings/SettingsSheet.h"
+#include "settings/TextUtil.h"
+#include "UiRig.h"
+#include "dlgstyles.h"
+
+namespace vantrel {
+namespace {
+
+using Key = std::variant<BoolKey, NumberKey, TextKey>;
+
+// Every control of the eight pages and the option it edits.
+const struct {
+    int nId;
+    Key key;
+} kControls[] = {
+    {IDC_PA_STARTUPALL, BoolKey::StartupAll},           {IDC_PA_SUPEXIT, BoolKey::SupExit},
+    {IDC_PA_EXITDISCONNECT, BoolKey::ExitDisconnect},   {IDC_PA_CONNECTWAIT, NumberKey::ConnectWait},
+    {IDC_PA_CSIDCACHE, BoolKey::CsidCache},             {IDC_PA_CREATECOOKIE, BoolKey::CreateCookie},
+    {IDC_PA_EPGETCNT, NumberKey::EpGetCnt},             {IDC_PU_PBS, BoolKey::Pbs},
+    {IDC_PU_HOSTPOP, TextKey::HostPop},                 {IDC_PU_ACCOUNTPOP, TextKey::AccountPop},
+    {IDC_PU_PASSWORDPOP, TextKey::PasswordPop},         {IDC_PM_HOSTSMTP, TextKey::HostSmtp},
+    {IDC_PM_FROMSMTP, TextKey::FromSmtp},               {IDC_PM_TOSMTP, TextKey::ToSmtp},
+    {IDC_PM_SUBJECTSMTP, TextKey::SubjectSmtp},         {IDC_PM_BODYSMTP, TextKey::BodySmtp},
+    {IDC_PS_AUTOSEND, BoolKey::AutoSend},               {IDC_PS_AUTOSENDINTERVAL, NumberKey::AutoSendInterval},
+    {IDC_PS_MONCHKSEND, BoolKey::MonChkSend},           {IDC_PS_AUTOSENDISCONNECT, BoolKey::AutoSendDisconnect},
+    {IDC_PG_NOMSG, BoolKey::NoMsg},                     {IDC_PG_OUTPUTMSGFILE, BoolKey::OutputMsgFile},
+    {IDC_PG_LOGFILEDIR, TextKey::LogFileDir},           {IDC_PR_RETRYCONNECT, BoolKey::RetryConnect},
+    {IDC_PR_RETRYCONNECTMAX, NumberKey::RetryConnectMax}, {IDC_PR_RETRYSENDMAIL, BoolKey::RetrySendMail},
+    {IDC_PR_RETRYSENDMAILMAX, NumberKey::RetrySendMailMax}, {IDC_PR_RETRYHTTPSEND, BoolKey::RetryHttpSend},
+    {IDC_PR_RETRYHTTPSENDMAX, NumberKey::RetryHttpSendMax}, {IDC_PR_RETRYNOMSG, BoolKey::RetryNoMsg},
+    {IDC_PL_OUTPUTPOSLOGFILE, BoolKey::OutputPosLogFile}, {IDC_PL_POSLOGDIR, TextKey::PosLogDir},
+    {IDC_PL_POSLOGMAXSIZE, NumberKey::PosLogMaxSize},   {IDC_PL_POSLOGFORMAT, TextKey::PosLogFormat},
+    {IDC_PF_CLIPBOARDFORMAT, TextKey::ClipboardFormat},
+};
+
+// The characters each box takes.
+const std::map<int, int> kLimits = {
+    {IDC_PA_CONNECTWAIT, 10},        {IDC_PA_EPGETCNT, 10},           {IDC_PU_HOSTPOP, 512},
+    {IDC_PU_ACCOUNTPOP, 512},        {IDC_PU_PASSWORDPOP, 512},       {IDC_PM_HOSTSMTP, 1024},
+    {IDC_PM_FROMSMTP, 512},          {IDC_PM_TOSMTP, 512},            {IDC_PM_SUBJECTSMTP, 1024},
+    {IDC_PM_BODYSMTP, 4096},         {IDC_PS_AUTOSENDINTERVAL, 10},   {IDC_PG_LOGFILEDIR, 260},
+    {IDC_PR_RETRYCONNECTMAX, 10},    {IDC_PR_RETRYSENDMAILMAX, 10},   {IDC_PR_RETRYHTTPSENDMAX, 10},
+    {IDC_PL_POSLOGDIR, 260},         {IDC_PL_POSLOGMAXSIZE, 10},      {IDC_PL_POSLOGFORMAT, 260},
+    {IDC_PF_CLIPBOARDFORMAT, 4096},
+};
+
+// Governed control -> the check boxes of which any one enables it.
+const std::map<int, std::set<int>> kEnableRules = {
+    {IDC_PA_SUPEXIT, {IDC_PA_STARTUPALL}},
+    {IDC_PU_HOSTPOP, {IDC_PU_PBS}},
+    {IDC_PU_ACCOUNTPOP, {IDC_PU_PBS}},
+    {IDC_PU_PASSWORDPOP, {IDC_PU_PBS}},
+    {IDC_PS_AUTOSENDINTERVAL, {IDC_PS_AUTOSEND}},
+    {IDC_PS_AUTOSENDISCONNECT, {IDC_PS_AUTOSEND, IDC_PS_MONCHKSEND}},
+    {IDC_PG_LOGFILEDIR, {IDC_PG_OUTPUTMSGFILE}},
+    {IDC_PR_RETRYCONNECTMAX, {IDC_PR_RETRYCONNECT}},
+    {IDC_PR_RETRYSENDMAILMAX, {IDC_PR_RETRYSENDMAIL}},
+    {IDC_PR_RETRYHTTPSENDMAX, {IDC_PR_RETRYHTTPSEND}},
+    {IDC_PL_POSLOGDIR, {IDC_PL_OUTPUTPOSLOGFILE}},
+    {IDC_PL_POSLOGMAXSIZE, {IDC_PL_OUTPUTPOSLOGFILE}},
+    {IDC_PL_POSLOGFORMAT, {IDC_PL_OUTPUTPOSLOGFILE}},
+};
+
+// One sheet on the rig's record, opened but not run: the user acts on its pages directly.
+class SheetTest : public testing::Test {
+protected:
+    void OpenSheet() {
+        m_pHost = std::make_unique<MemorySheetHost>(m_rig.m_ui);
+        m_pSheet = std::make_unique<SettingsSheet>(*m_pHost, m_rig.m_services, m_registry, m_rig.m_settings);
+        m_pSheet->Open();
+    }
+    // The page holding a control (OK and キャンセル: the first page).
+    MemoryDialogHost& PageOf(int nId) {
+        for (int i = 0; i < m_pHost->PageCount(); ++i)
+            if (m_pHost->Page(i).HasControl(nId)) return m_pHost->Page(i);
+        ADD_FAILURE() << "no page holds " << nId;
+        return m_pHost->Page(0);
+    }
+    void Click(int nId, bool bChecked) {
+        PageOf(nId).SetCheck(nId, bChecked);
+        PageOf(nId).SendCommand(nId);
+    }
+    void Type(int nId, const std::u16string& strText) { PageOf(nId).SetText(nId, strText); }
+    // The sheet's buttons, pressed on the page of control nOnPage.
+    void Press(int nButton, int nOnPage) { PageOf(nOnPage).SendCommand(nButton); }
+    std::string SavedBytes() {
+        const std::string strPath = m_rig.m_dir.File("snapshot.ini");
+        EXPECT_TRUE(m_rig.m_settings.Save(Utf8ToUtf16(strPath)));
+        return test::ReadFileBytes(strPath);
+    }
+
+    test::UiRig m_rig;
+    PageRegistry m_registry;
+    std::unique_ptr<MemorySheetHost> m_pHost;
+    std::unique_ptr<SettingsSheet> m_pSheet;
+};
+
+TEST_F(SheetTest, TabsShowThePagesInOrder) {
+    OpenSheet();
+    std::vector<std::u16string> titles;
+    for (int i = 0; i < m_pHost->PageCount(); ++i) titles.push_back(m_pHost->PageTitle(i));
+    EXPECT_EQ(m_pHost->ActivePage(), 0);
+    EXPECT_EQ(titles, (std::vector<std::u16string>{u"動作", u"認証", u"メール送信", u"自動送信", u"メッセージ", u"リトライ",
+                                                   u"位置情報ログ", u"機能"}));
+}
+
+// Distinct values everywhere, so that a control bound to the wrong option shows or stores a
+// value that belongs to another.
+TEST_F(SheetTest, EachNumberAndTextBoxShowsAndReadsItsOwnOption) {
+    Settings& settings = m_rig.m_settings;
+    int i = 0;
+    for (const auto& control : kControls) {
+        ++i;
+        if (const auto* pKey = std::get_if<NumberKey>(&control.key)) settings.SetNumber(*pKey, 100 + i);
+        if (const auto* pKey = std::get_if<TextKey>(&control.key)) settings.SetText(*pKey, FormatText(u"old%d", i));
+    }
+    OpenSheet();
+    i = 0;
+    for (const auto& control : kControls) {
+        ++i;
+        if (std::holds_alternative<BoolKey>(control.key)) continue;
+        const bool bNumber = std::holds_alternative<NumberKey>(control.key);
+        // A box limited to digits would refuse the letters that the reading rule is made for.
+        EXPECT_EQ(PageOf(control.nId).Description(control.nId).nStyle & ES_NUMBER, 0u) << control.nId;
+        EXPECT_EQ(PageOf(control.nId).TextLimit(control.nId), kLimits.at(control.nId)) << control.nId;
+        EXPECT_EQ(PageOf(control.nId).GetText(control.nId), FormatText(bNumber ? u"%d" : u"old%d", bNumber ? 100 + i : i))
+            << control.nId;
+        Type(control.nId, FormatText(bNumber ? u"%d" : u"new%d", bNumber ? 200 + i : i));
+    }
+    Press(IDC_OK, IDC_PF_CLIPBOARDFORMAT);
+    EXPECT_EQ(m_pHost->EndCode(), endcode::kOk);
+    i = 0;
+    for (const auto& control : kControls) {
+        ++i;
+        if (const auto* pKey = std::get_if<NumberKey>(&control.key)) {
+            EXPECT_EQ(settings.Number(*pKey), 200 + i) << control.nId;
+        } else if (const auto* pText = std::get_if<TextKey>(&control.key)) {
+            EXPECT_EQ(settings.Text(*pText).Wide(), FormatText(u"new%d", i)) << control.nId;
+        }
+    }
+}
+
+TEST_F(SheetTest, EachCheckBoxShowsAndReadsItsOwnOption) {
+    for (const auto& ticked : kControls) {
+        if (!std::holds_alternative<BoolKey>(ticked.key)) continue;
+        for (const auto& control : kControls)
+            if (const auto* pKey = std::get_if<BoolKey>(&control.key)) m_rig.m_settings.SetBool(*pKey, control.nId == ticked.nId);
+        OpenSheet();
+        for (const auto& control : kControls) {
+            if (!std::holds_alternative<BoolKey>(control.key)) continue;
+            EXPECT_EQ(PageOf(control.nId).GetCheck(control.nId), control.nId == ticked.nId) << ticked.nId << " shown";
+        }
+        // Untick it again and OK: every option is false only if every box is read into its own.
+        Click(ticked.nId, false);
+        Press(IDC_OK, ticked.nId);
+        for (const auto& control : kControls) {
+            const auto* pKey = std::get_if<BoolKey>(&control.key);
+            EXPECT_TRUE(!pKey || !m_rig.m_settings.Bool(*pKey)) << control.nId << " after unticking " << ticked.nId;
+        }
+    }
+}
+
+// After opening with every box unticked, then after each single click: a governed control is
+// enabled exactly while one of its boxes is ticked; every other control, the "参照" buttons
+// included, stays enabled.
+TEST_F(SheetTest, EnableRulesFollowTheirBoxesOnOpeningAndOnEveryClick) {
+    std::map<int, BoolKey> boxKeys;
+    for (const auto& control : kControls)
+        if (const auto* pKey = std::get_if<BoolKey>(&control.key)) boxKeys[control.nId] = *pKey;
+    for (const auto& [nId, key] : boxKeys) m_rig.m_settings.SetBool(key, false);
+    std::set<int> governors;
+    for (const auto& [nId, boxes] : kEnableRules) governors.insert(boxes.begin(), boxes.end());
+    std::vector<int> always = {IDC_PG_BROWSE, IDC_PL_BROWSE};
+    for (const auto& control : kControls)
+        if (!kEnableRules.count(control.nId)) always.push_back(control.nId);
+
+    OpenSheet();
+    const auto expectStates = [&](const std::string& strWhen) {
+        for (const auto& [nId, boxes] : kEnableRules) {
+            bool bOn = false;
+            for (int nBox : boxes) bOn = bOn || PageOf(nBox).GetCheck(nBox);
+            EXPECT_EQ(PageOf(nId).IsEnabled(nId), bOn) << nId << " " << strWhen;
+        }
+        for (int nId : always) EXPECT_TRUE(PageOf(nId).IsEnabled(nId)) << nId << " " << strWhen;
+    };
+    expectStates("on opening");
+    for (int nBox : governors) {
+        Click(nBox, true);
+        expectStates("after ticking " + std::to_string(nBox));
+    }
+    for (int nBox : governors) {
+        Click(nBox, false);
+        expectStates("after unticking " + std::to_string(nBox));
+    }
+    // Opened with the boxes ticked, the rules hold from the start.
+    for (int nBox : governors) m_rig.m_settings.SetBool(boxKeys.at(nBox), true);
+    OpenSheet();
+    expectStates("on opening with every box ticked");
+}
+
+TEST_F(SheetTest, ADisabledExitBoxKeepsItsTickAndItIsSaved) {
+    m_rig.m_settings.SetBool(BoolKey::StartupAll, true);
+    m_rig.m_settings.SetBool(BoolKey::SupExit, true);
+    OpenSheet();
+    Click(IDC_PA_STARTUPALL, false);
+    EXPECT_FALSE(PageOf(IDC_PA_SUPEXIT).IsEnabled(IDC_PA_SUPEXIT));
+    EXPECT_TRUE(PageOf(IDC_PA_SUPEXIT).GetCheck(IDC_PA_SUPEXIT));
+    Press(IDC_OK, IDC_PA_STARTUPALL);
+    EXPECT_FALSE(m_rig.m_settings.Bool(BoolKey::StartupAll));
+    EXPECT_TRUE(m_rig.m_settings.Bool(BoolKey::SupExit));
+}
+
+// Typed -> stored, and what the box shows when the sheet opens again.
+TEST_F(SheetTest, NumbersKeepTheirLeadingDigitsWithoutAnyMessage) {
+    const struct {
+        std::u16string strTyped;
+        std::int32_t nStored;
+        std::u16string strShown;
+    } cases[] = {
+        {u"12abc", 12, u"12"},
+        {u"abc", 0, u"0"},
+        {u"", 0, u"0"},
+        {u"123456789012", 1234567890, u"1234567890"},  // ten characters are read
+        {u"4000", 4000, u"4000"},
+    };
+    for (const auto& c : cases) {
+        OpenSheet();
+        Type(IDC_PS_AUTOSENDINTERVAL, c.strTyped);
+        Press(IDC_OK, IDC_PS_AUTOSENDINTERVAL);
+        EXPECT_EQ(m_rig.m_settings.Number(NumberKey::AutoSendInterval), c.nStored) << Utf16ToUtf8(c.strTyped);
+        OpenSheet();
+        EXPECT_EQ(PageOf(IDC_PS_AUTOSENDINTERVAL).GetText(IDC_PS_AUTOSENDINTERVAL), c.strShown) << Utf16ToUtf8(c.strTyped);
+    }
+    EXPECT_TRUE(m_rig.m_boxes.Boxes().empty());
+}
+
+TEST_F(SheetTest, AClearedRecipientIsStoredEmptyAndShownEmpty) {
+    m_rig.m_settings.SetText(TextKey::ToSmtp, u"someone@example.org");
+    OpenSheet();
+    Type(IDC_PM_TOSMTP, u"");
+    Press(IDC_OK, IDC_PM_TOSMTP);
+    EXPECT_TRUE(m_rig.m_settings.Text(TextKey::ToSmtp).IsEmpty());
+    OpenSheet();
+    EXPECT_EQ(PageOf(IDC_PM_TOSMTP).GetText(IDC_PM_TOSMTP), u"");
+}
+
+TEST_F(SheetTest, OkOnAnyPageReadsEveryPageAndCancelNone) {
+    const std::string strBefore = SavedBytes();
+    OpenSheet();
+    Type(IDC_PU_HOSTPOP, u"pop.example.org");
+    Click(IDC_PS_AUTOSEND, true);
+    Press(IDC_CANCEL, IDC_PF_CLIPBOARDFORMAT);
+    EXPECT_EQ(m_pHost->EndCode(), endcode::kCancel);
+    EXPECT_EQ(SavedBytes(), strBefore);
+
+    OpenSheet();
+    Type(IDC_PU_HOSTPOP, u"pop.example.org");
+    Click(IDC_PS_AUTOSEND, true);
+    EXPECT_FALSE(m_pHost->IsClosed()) << "a click on a box leaves the sheet open";
+    Press(IDC_OK, IDC_PF_CLIPBOARDFORMAT);
+    EXPECT_EQ(m_pHost->EndCode(), endcode::kOk);
+    EXPECT_EQ(m_rig.m_settings.Text(TextKey::HostPop).Wide(), u"pop.example.org");
+    EXPECT_TRUE(m_rig.m_settings.Bool(BoolKey::AutoSend));
+}
+
+// Each bound page is its window's property "PPage_<n>", counted over every sheet of the run.
+TEST_F(SheetTest, PagesAreFoundThroughTheirNumberedProperty) {
+    OpenSheet();
+    OpenSheet();
+    ASSERT_EQ(m_registry.BindingCount(), 16u);
+    for (int i = 0; i < 8; ++i) {
+        MemoryDialogHost& page = m_pHost->Page(i);
+        void* pBound = page.GetProperty(FormatText(u"PPage_%d", 8 + i));
+        EXPECT_NE(pBound, nullptr) << i;
+        EXPECT_EQ(m_registry.Find(page), pBound) << i;
+        EXPECT_EQ(page.GetProperty(FormatText(u"PPage_%d", i)), nullptr) << i;
+    }
+}
+
+// "参照" opens the picker on the folder in "保存先" and puts the choice there with a separator.
+TEST_F(SheetTest, BrowseButtonsPutTheChosenFolderIntoTheirBox) {
+    std::filesystem::create_directories(m_rig.m_dir.File("logs/old"));
+    const std::u16string strLogs = m_rig.m_dir.WideFile("logs");
+    const struct {
+        int nButton;
+        int nBox;
+    } buttons[] = {{IDC_PG_BROWSE, IDC_PG_LOGFILEDIR}, {IDC_PL_BROWSE, IDC_PL_POSLOGDIR}};
+    for (const auto& b : buttons) {
+        OpenSheet();
+        Type(b.nBox, strLogs + u"/");
+        std::u16string strShown;
+        m_rig.WhenModal([&](MemoryDialogHost& picker) {
+            const TreeItem logs = picker.TreeSelection(IDC_FP_TREE);
+            strShown = picker.TreeText(IDC_FP_TREE, logs);
+            picker.ExpandTreeItem(IDC_FP_TREE, logs);
+            picker.TreeSelect(IDC_FP_TREE, picker.TreeChildren(IDC_FP_TREE, logs).at(0));
+            picker.SendCommand(IDC_OK);
+        });
+        PageOf(b.nButton).SendCommand(b.nButton);
+        EXPECT_EQ(strShown, u"logs") << b.nButton;
+        EXPECT_EQ(PageOf(b.nBox).GetText(b.nBox), strLogs + u"/old/") << b.nButton;
+
+        m_rig.WhenModal([](MemoryDialogHost& picker) { picker.SendCommand(IDC_CANCEL); });
+        PageOf(b.nButton).SendCommand(b.nButton);
+        EXPECT_EQ(PageOf(b.nBox).GetText(b.nBox), strLogs + u"/old/") << b.nButton << " cancelled";
+    }
+}
+
+}  // namespace
+}  // namespace vantrel
