@@ -33,5 +33,26 @@ TEST(MailToRealServer, JapaneseSubjectAndBodyComeBackIntact) {
     EXPECT_EQ(strText, "位置情報 N35.39.29.157E139.44.51.000\nパンダ ポイント ヴァ ァ\n漢字とASCII");
 }
 
+// A longitude runs to the end of the service's reply, so a reply can put an SMTP dialogue into the
+// body; the server must store one mail holding that text, and no second one.
+TEST(MailToRealServer, CommandsInTheBodyStayText) {
+    if (!test::SmtpSink::Available()) GTEST_SKIP() << "needs /usr/bin/python3 with aiosmtpd (python3-aiosmtpd)";
+    test::SmtpSink sink;
+    ASSERT_TRUE(sink.Ready()) << "aiosmtpd did not start";
+    const std::unique_ptr<Sockets> pSockets = CreateSockets();
+    test::ManualClock clock(test::MakeTime(2009, 8, 4, 12, 0, 0), -540);
+    MailClient client(*pSockets, clock, 10000);
+    const std::u16string strBody = u"E139.44.51.000\r\n.\r\nMAIL FROM:<x@evil.example>\r\nRCPT TO:<y@evil.example>\r\n"
+                                   u"DATA\r\nsmuggled\r\n.\r\n.tail";
+    ASSERT_EQ(client.SendMail(u"127.0.0.1", sink.Port(), u"me@example.jp", u"you@example.jp", u"s", strBody), 0)
+        << "last step " << Utf16ToUtf8(client.LastStep()) << ", reply " << client.Reply();
+
+    const auto messages = sink.MessagePaths();
+    ASSERT_EQ(messages.size(), 1u);
+    std::string strSubject, strText;
+    ASSERT_TRUE(sink.Decode(messages[0], strSubject, strText));
+    EXPECT_EQ(strText, "E139.44.51.000\n.\nMAIL FROM:<x@evil.example>\nRCPT TO:<y@evil.example>\nDATA\nsmuggled\n.\n.tail");
+}
+
 }  // namespace
 }  // namespace vantrel
