@@ -18,7 +18,8 @@ public:
     const std::vector<Entry>& Entries() const { return m_entries; }
     // The first entry with this key, or null.
     const Entry* Find(const std::u16string& strKey) const;
-    // Appends a new key at the end; replaces the value of a known key when it differs.
+    // Appends a new key at the end; replaces the value of a known key when it differs. Key and
+    // value are cut at their first CR or LF.
     void Update(const std::u16string& strKey, const std::u16string& strValue);
 
     // Appends the file's entries. False for a missing or empty file (the cache is then unchanged).
