@@ -34,17 +34,22 @@ bool WriteText(File& file, const DualString& strText, bool bNarrow) {
 
 }  // namespace
 
+void SettingsStore::Append(DualString strKey, DualString strValue) {
+    m_firstOfKey.try_emplace(strKey.Wide(), m_entries.size());
+    m_entries.emplace_back(std::move(strKey), std::move(strValue));
+}
+
 bool SettingsStore::Set(const DualString& strKey, const DualString& strValue) {
     if (strKey.IsEmpty()) return false;
-    m_entries.emplace_back(strKey, strValue);
+    Append(strKey, strValue);
     return true;
 }
 
 bool SettingsStore::Get(const DualString& strKey, DualString& strValue) const {
     if (strKey.IsEmpty()) return false;
-    const auto it = std::find_if(m_entries.begin(), m_entries.end(), [&](const auto& e) { return e.first == strKey; });
-    if (it == m_entries.end()) return false;
-    strValue = it->second;
+    const auto it = m_firstOfKey.find(strKey.Wide());
+    if (it == m_firstOfKey.end()) return false;
+    strValue = m_entries[it->second].second;
     return true;
 }
 
@@ -68,6 +73,7 @@ bool SettingsStore::Read(const DualString& strSection, const std::u16string& str
     std::u16string strText;
     if (!ReadText(strPath, bNarrow, strText)) return false;
     m_entries.clear();
+    m_firstOfKey.clear();
     Parse(strSection.Wide(), strText);
     return true;
 }
@@ -115,7 +121,7 @@ void SettingsStore::Parse(std::u16string_view strSection, std::u16string_view st
         const std::u16string_view strLine = strText.substr(nPos, nEnd - nPos);
         const std::size_t nEqual = strLine.find(u'=');
         if (nEqual == std::u16string_view::npos) continue;
-        m_entries.emplace_back(DualString(strLine.substr(0, nEqual)), DualString(strLine.substr(nEqual + 1)));
+        Append(DualString(strLine.substr(0, nEqual)), DualString(strLine.substr(nEqual + 1)));
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -37,8 +38,13 @@ private:
     bool ReadText(const std::u16string& strPath, bool bNarrow, std::u16string& strText) const;
     void Parse(std::u16string_view strSection, std::u16string_view strText);
 
+    void Append(DualString strKey, DualString strValue);
+
     FileSystem& m_fileSystem;
     std::vector<std::pair<DualString, DualString>> m_entries;
+    // The first entry of each key: the record looks up every list row by its numbered key, and a
+    // scan per lookup made loading quadratic in the number of rows.
+    std::unordered_map<std::u16string, std::size_t> m_firstOfKey;
 };
 
 }  // namespace vantrel
