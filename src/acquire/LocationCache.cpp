@@ -72,21 +72,14 @@ void LocationCache::AppendLines(const std::u16string& strText) {
 }
 
 bool LocationCache::Save(FileSystem& files, const std::u16string& strPath) const {
-    const std::u16string strTemporary = strPath + u".new";
-    bool bOk = false;
-    {
-        const std::unique_ptr<File> pFile = files.Open(strTemporary, OpenMode::CreateAlways);
-        if (!pFile) return false;
-        bOk = pFile->Write(kUtf16LeMark, sizeof kUtf16LeMark);
+    return files.WriteReplacing(strPath, FileAccess::Shared, [this](File& file) {
+        if (!file.Write(kUtf16LeMark, sizeof kUtf16LeMark)) return false;
         for (const Entry& entry : m_entries) {
-            if (!bOk) break;
             const std::string strBytes = ToUtf16LeBytes(entry.first + u"," + entry.second + u"\r\n");
-            bOk = pFile->Write(strBytes.data(), static_cast<std::uint32_t>(strBytes.size()));
+            if (!file.Write(strBytes.data(), static_cast<std::uint32_t>(strBytes.size()))) return false;
         }
-    }
-    if (bOk) bOk = files.Replace(strTemporary, strPath);
-    if (!bOk) files.Remove(strTemporary);
-    return bOk;
+        return true;
+    });
 }
 
 }  // namespace vantrel

@@ -24,8 +24,7 @@ public:
 
     // Appends the file's entries. False for a missing or empty file (the cache is then unchanged).
     bool Load(FileSystem& files, const std::u16string& strPath);
-    // Writes a temporary file beside strPath and puts it in the old file's place, so that a failed
-    // write never loses the cache already on disk.
+    // Writes the whole file anew; a failed write leaves the cache already on disk as it was.
     bool Save(FileSystem& files, const std::u16string& strPath) const;
 
 private:

@@ -53,20 +53,22 @@ bool SettingsStore::Get(const DualString& strKey, DualString& strValue) const {
     return true;
 }
 
+// The file holds the POP password, so only its owner may read it; it is written beside and then
+// put in place, so a failed write (a full disk) never costs the settings already saved.
 bool SettingsStore::Write(const DualString& strSection, const std::u16string& strPath, bool bNarrow) const {
     if (strPath.empty()) return false;
-    const std::unique_ptr<File> pFile = m_fileSystem.Open(strPath, OpenMode::CreateAlways);
-    if (!pFile) return false;
-    if (!strSection.IsEmpty()) {
-        if (!bNarrow && !pFile->Write(kUtf16LeMark, sizeof kUtf16LeMark)) return false;
-        if (!WriteText(*pFile, u"[" + strSection.Wide() + u"]\r\n", bNarrow)) return false;
-    }
-    for (const auto& [strKey, strValue] : m_entries) {
-        if (!WriteText(*pFile, strKey, bNarrow) || !WriteText(*pFile, u"=", bNarrow) ||
-            !WriteText(*pFile, strValue, bNarrow) || !WriteText(*pFile, kLineEnd, bNarrow))
-            return false;
-    }
-    return true;
+    return m_fileSystem.WriteReplacing(strPath, FileAccess::Private, [&](File& file) {
+        if (!strSection.IsEmpty()) {
+            if (!bNarrow && !file.Write(kUtf16LeMark, sizeof kUtf16LeMark)) return false;
+            if (!WriteText(file, u"[" + strSection.Wide() + u"]\r\n", bNarrow)) return false;
+        }
+        for (const auto& [strKey, strValue] : m_entries) {
+            if (!WriteText(file, strKey, bNarrow) || !WriteText(file, u"=", bNarrow) ||
+                !WriteText(file, strValue, bNarrow) || !WriteText(file, kLineEnd, bNarrow))
+                return false;
+        }
+        return true;
+    });
 }
 
 bool SettingsStore::Read(const DualString& strSection, const std::u16string& strPath, bool bNarrow) {

@@ -24,8 +24,8 @@ public:
     // The first entry with exactly this key; false when the key is empty or not present.
     bool Get(const DualString& strKey, DualString& strValue) const;
 
-    // Writes the whole file anew. An empty section gives neither the mark nor a header line. On a
-    // failed write the file keeps what was written so far.
+    // Writes the whole file anew, readable by its owner alone. An empty section gives neither the
+    // mark nor a header line. A failed write leaves the file as it was.
     bool Write(const DualString& strSection, const std::u16string& strPath, bool bNarrow = false) const;
     // Replaces the entries by those of the file. False when the file cannot be used; true once it
     // was read, even when the header did not match and no entry was taken.

@@ -1,7 +1,9 @@
 #include "CurlHttpSession.h"
 
 #include <curl/curl.h>
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -148,6 +150,13 @@ long Seconds(std::uint32_t nMilliseconds) { return static_cast<long>((nMilliseco
 
 }  // namespace
 
+void PrepareCookieJar(const std::string& strJar) {
+    const int fd = ::open(strJar.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) return;
+    ::fchmod(fd, 0600);
+    ::close(fd);
+}
+
 std::string EscapeForRequestLine(const std::string& strText) {
     static const char kHex[] = "0123456789ABCDEF";
     std::string strOut;
@@ -258,8 +267,10 @@ std::unique_ptr<HttpResponse> CurlHttpSession::Perform(const std::string& strUrl
     const CURLcode result = curl_easy_perform(pCurl);
     // The jar is written back (at the clean-up) only when the server set a cookie: writing it
     // seeds the random generator for the temporary file's name, which costs more than the request.
-    if (!m_pState->strCookieJar.empty() && pResponse->m_bSetsCookie)
+    if (!m_pState->strCookieJar.empty() && pResponse->m_bSetsCookie) {
+        PrepareCookieJar(m_pState->strCookieJar);
         curl_easy_setopt(pCurl, CURLOPT_COOKIEJAR, m_pState->strCookieJar.c_str());
+    }
     curl_easy_cleanup(pCurl);
     curl_slist_free_all(pHeaders);
     if (result != CURLE_OK) {

@@ -46,6 +46,11 @@ private:
     std::shared_ptr<CurlSessionState> m_pState;
 };
 
+// The jar holds the position cookie and whatever servers set: its owner alone may read it, whatever
+// the umask. libcurl keeps the mode of a jar it rewrites, so the file is made private (created
+// empty if missing) before a transfer may write it.
+void PrepareCookieJar(const std::string& strJar);
+
 // Percent-encodes what may not stand in a request line (controls, blank, bytes above 0x7E) and
 // leaves everything else, as the device's stack does with an already decoded object name.
 std::string EscapeForRequestLine(const std::string& strText);
