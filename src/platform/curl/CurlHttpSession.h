@@ -25,8 +25,9 @@ struct CurlSessionState {
     std::set<int> sockets;
 };
 
-// A WinInet-shaped session over libcurl easy handles: each request runs a whole transfer and keeps
-// the answer in memory, so the body is read from there afterwards.
+// A WinInet-shaped session over libcurl: a request or an opened URL returns once the answer's
+// headers are in, as HttpSendRequest and InternetOpenUrl do, and its body is then read from the
+// network chunk by chunk, so a body that fails part-way fails the read, not the request.
 class CurlHttpSession final : public HttpSession {
 public:
     CurlHttpSession(const HttpSessionOptions& options, const std::string& strCookieJar);
@@ -41,7 +42,7 @@ public:
 
 private:
     std::unique_ptr<HttpResponse> Perform(const std::string& strUrl, const std::string& strHost,
-                                          const std::string& strHeaders, std::uint32_t& nError);
+                                          const std::string& strHeaders, bool bFollow, std::uint32_t& nError);
 
     std::shared_ptr<CurlSessionState> m_pState;
 };
