@@ -145,7 +145,7 @@ TEST_F(PositionServiceTest, MissUpdatesTheCacheStationByStationAndSavesIt) {
     const std::string strSaved = kMark + Utf16Le(u"22,/r?pos=N35.39.29.157E139.44.58.500\r\n"
                                                  u"11,/r?pos=N1.1.1.1E2.2.2.2\r\n33,/r?pos=N3.3.3.3E4.4.4.4\r\n");
     EXPECT_EQ(test::ReadFileBytes(m_dir.File("cache.txt")), strSaved);
-    EXPECT_EQ(m_dir.Names(), (std::vector<std::string>{"cache.txt", "cookies.txt"}));  // no temporary left behind
+    EXPECT_EQ(m_dir.Names(), std::vector<std::string>{"cache.txt"});  // no temporary left behind
 
     PositionService reloaded{m_http, *m_pFiles};
     ASSERT_TRUE(reloaded.LoadCache(CachePath()));
