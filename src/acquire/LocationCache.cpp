@@ -13,13 +13,23 @@ const LocationCache::Entry* LocationCache::Find(const std::u16string& strKey) co
     return nullptr;
 }
 
+namespace {
+
+// An entry is one line of the file. A service reply whose body holds CR LF would otherwise write
+// lines of its own, read back as entries for stations the module never reported.
+std::u16string FirstLine(const std::u16string& strText) { return strText.substr(0, strText.find_first_of(u"\r\n")); }
+
+}  // namespace
+
 void LocationCache::Update(const std::u16string& strKey, const std::u16string& strValue) {
+    const std::u16string strLineKey = FirstLine(strKey);
+    const std::u16string strLineValue = FirstLine(strValue);
     for (Entry& entry : m_entries) {
-        if (entry.first != strKey) continue;
-        if (entry.second != strValue) entry.second = strValue;
+        if (entry.first != strLineKey) continue;
+        if (entry.second != strLineValue) entry.second = strLineValue;
         return;
     }
-    m_entries.emplace_back(strKey, strValue);
+    m_entries.emplace_back(strLineKey, strLineValue);
 }
 
 bool LocationCache::Load(FileSystem& files, const std::u16string& strPath) {
@@ -62,21 +72,14 @@ void LocationCache::AppendLines(const std::u16string& strText) {
 }
 
 bool LocationCache::Save(FileSystem& files, const std::u16string& strPath) const {
-    const std::u16string strTemporary = strPath + u".new";
-    bool bOk = false;
-    {
-        const std::unique_ptr<File> pFile = files.Open(strTemporary, OpenMode::CreateAlways);
-        if (!pFile) return false;
-        bOk = pFile->Write(kUtf16LeMark, sizeof kUtf16LeMark);
+    return files.WriteReplacing(strPath, FileAccess::Shared, [this](File& file) {
+        if (!file.Write(kUtf16LeMark, sizeof kUtf16LeMark)) return false;
         for (const Entry& entry : m_entries) {
-            if (!bOk) break;
             const std::string strBytes = ToUtf16LeBytes(entry.first + u"," + entry.second + u"\r\n");
-            bOk = pFile->Write(strBytes.data(), static_cast<std::uint32_t>(strBytes.size()));
+            if (!file.Write(strBytes.data(), static_cast<std::uint32_t>(strBytes.size()))) return false;
         }
-    }
-    if (bOk) bOk = files.Replace(strTemporary, strPath);
-    if (!bOk) files.Remove(strTemporary);
-    return bOk;
+        return true;
+    });
 }
 
 }  // namespace vantrel

@@ -18,13 +18,13 @@ public:
     const std::vector<Entry>& Entries() const { return m_entries; }
     // The first entry with this key, or null.
     const Entry* Find(const std::u16string& strKey) const;
-    // Appends a new key at the end; replaces the value of a known key when it differs.
+    // Appends a new key at the end; replaces the value of a known key when it differs. Key and
+    // value are cut at their first CR or LF.
     void Update(const std::u16string& strKey, const std::u16string& strValue);
 
     // Appends the file's entries. False for a missing or empty file (the cache is then unchanged).
     bool Load(FileSystem& files, const std::u16string& strPath);
-    // Writes a temporary file beside strPath and puts it in the old file's place, so that a failed
-    // write never loses the cache already on disk.
+    // Writes the whole file anew; a failed write leaves the cache already on disk as it was.
     bool Save(FileSystem& files, const std::u16string& strPath) const;
 
 private:

@@ -11,6 +11,7 @@
 #include "port/FileSystem.h"
 #include "port/UiThread.h"
 #include "resource.h"
+#include "settings/Format.h"
 #include "settings/ListEditor.h"
 #include "settings/SettingsSheet.h"
 
@@ -29,6 +30,12 @@ constexpr CheckBinding kChecks[] = {
     {IDC_HTTPSEND, BoolKey::HttpSend},       {IDC_GMMSEND, BoolKey::GmmSend},
 };
 
+// Written beside the file first, a failed save leaves the file as it was; the user is told, since
+// what is on screen is then not what a next start reads.
+void SaveOrTell(Settings& settings, Reporter& reporter, WindowHandle hOwner, const std::u16string& strPath) {
+    if (!settings.Save(strPath)) reporter.ErrorText(hOwner, FormatText(u"SaveSettings() Failed. [file=%s]", strPath));
+}
+
 }  // namespace
 
 MainForm::MainForm(const FormServices& services, const SettingsProfile& profile, DialogHost& host)
@@ -39,7 +46,7 @@ MainForm::MainForm(const FormServices& services, const SettingsProfile& profile,
       m_http(services.http, services.messages, services.clock),
       m_httpSend(services.http, services.clock),
       m_service(m_http, services.files),
-      m_mail(services.sockets, services.clock),
+      m_mail(services.sockets, services.clock, services.nMailReplyWaitMs),
       m_launchers(services.launcher, services.windows, services.clipboard, services.clock, services.messages),
       m_conn(services.libraries, services.messages),
       m_wsim(services.serial),
@@ -172,7 +179,7 @@ void MainForm::SaveSettingsFile() {
     ReadForm();
     const FileDialogRequest request{u"設定ファイルの保存", u"設定ファイル (*.ini)", u"*.ini", false, SettingsFolder(), false, true};
     std::u16string strPath;
-    if (m_services.fileDialogs.ChooseSaveFile(Owner(), request, strPath)) m_settings.Save(strPath);
+    if (m_services.fileDialogs.ChooseSaveFile(Owner(), request, strPath)) SaveOrTell(m_settings, m_reporter, Owner(), strPath);
 }
 
 // Saving here is what brings auto-send back after a start-up whose settings file did not load:
@@ -182,7 +189,8 @@ void MainForm::ShowSettingsSheet() {
     ReadForm();
     if (RunSettingsSheet(UiServices(), Owner(), m_pages, m_settings) != endcode::kOk) return;
     ApplySettings();
-    m_settings.Save(m_settings.Path().empty() ? m_settings.DefaultFilePath(m_services.strProgramFolder) : m_settings.Path());
+    SaveOrTell(m_settings, m_reporter, Owner(),
+               m_settings.Path().empty() ? m_settings.DefaultFilePath(m_services.strProgramFolder) : m_settings.Path());
 }
 
 void MainForm::FillCombo(int nId, const SettingsList& list) {

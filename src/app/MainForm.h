@@ -53,6 +53,7 @@ struct FormServices {
     LibraryLoader& libraries;
     FileDialogs& fileDialogs;
     std::u16string strProgramFolder;  // default.ini, cache.txt and cookies.txt live here
+    std::uint32_t nMailReplyWaitMs = MailClient::kReplyTimeoutMs;  // shortened by tests
 };
 
 // Timers of the main window.

@@ -83,9 +83,14 @@ void PlatformServices::AttachWindow(WindowModule& module) {
 }
 
 FormServices PlatformServices::MakeFormServices() {
-    return FormServices{*pClock,  *pFiles,     messages,  ResourceModule::Program(), *m_pUi,     *m_pDialogs,
-                        serial,   *pHttp,      *pSockets, *pLauncher,                *pWindows,  clipboard,
-                        *pLibraries, *pFileDialogs, strProgramFolder};
+    FormServices services{*pClock,  *pFiles,     messages,  ResourceModule::Program(), *m_pUi,     *m_pDialogs,
+                          serial,   *pHttp,      *pSockets, *pLauncher,                *pWindows,  clipboard,
+                          *pLibraries, *pFileDialogs, strProgramFolder};
+    // A silent mail server is noticed only after this wait (1000 s); a run against one can ask for less.
+    std::u16string strWait;
+    if (pSystem->GetEnv("VANTREL_MAIL_WAIT_MS", strWait) && WtoL(strWait) > 0)
+        services.nMailReplyWaitMs = static_cast<std::uint32_t>(WtoL(strWait));
+    return services;
 }
 
 }  // namespace vantrel

@@ -141,7 +141,11 @@ int MainForm::AcquireByCsId() {
                 m_reporter.Error(Owner(), IDS_LOCATION_FAILED);
                 return 0;
             }
-            m_service.SaveCache(ProgramFile(IDS_CACHE_FILE));
+            // The position stands; the cache on disk stays as it was, and the user is told why
+            // the next run will ask the service again.
+            const std::u16string strCache = ProgramFile(IDS_CACHE_FILE);
+            if (!m_service.SaveCache(strCache))
+                m_reporter.ErrorText(Owner(), FormatText(u"SaveCache() Failed. [file=%s]", strCache));
         }
     } else {
         if (!EnsureAutoConnect()) return 0;
@@ -199,11 +203,13 @@ int MainForm::AcquireAndSend() {
 
 // ---- sending ----
 
+// Only a missing row is "no URL": a row whose address is empty goes on and fails where the URL is
+// used (3011 for the send URL, 3016 for the cookie).
 bool MainForm::CurrentUrl(std::u16string& strUrl) const {
     const SettingsList& list = m_settings.UrlList();
     if (!list.HasSelection()) return false;
     strUrl = list.SelectedCell(Settings::kUrlAddress);
-    return !strUrl.empty();
+    return true;
 }
 
 // The selected URL row filled with the position; each missing piece is reported as it is found.

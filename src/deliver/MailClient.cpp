@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <random>
+#include <string_view>
 
 #include "deliver/MailEncoding.h"
 #include "port/Clock.h"
@@ -22,6 +23,31 @@ bool IsContinued(const std::string& strChunk) {
     const std::size_t nFeed = nEnd > 0 ? strChunk.rfind('\n', nEnd - 1) : std::string::npos;
     const std::size_t nStart = nFeed == std::string::npos ? 0 : nFeed + 1;
     return nEnd - nStart >= 4 && strChunk[nStart + 3] == '-';
+}
+
+// The body as DATA lines. A line that begins with "." gets another "." in front (the transparency
+// rule of RFC 5321), so that no text of the body, which holds whatever the position service put
+// into a longitude, can end the DATA early and have its own commands run by the server. The
+// handset never did this; every mail client does, and a server takes the extra "." away again.
+// A lone CR or LF is sent as CR LF: servers that take either alone as a line end would otherwise
+// see a line that was not stuffed.
+std::string ToDataLines(std::string_view strBody) {
+    std::string strLines;
+    strLines.reserve(strBody.size() + strBody.size() / 16 + 1);
+    bool bLineStart = true;
+    for (std::size_t i = 0; i < strBody.size(); ++i) {
+        const char c = strBody[i];
+        if (c == '\r' || c == '\n') {
+            strLines += "\r\n";
+            if (c == '\r' && i + 1 < strBody.size() && strBody[i + 1] == '\n') ++i;
+            bLineStart = true;
+            continue;
+        }
+        if (bLineStart && c == '.') strLines += '.';
+        strLines += c;
+        bLineStart = false;
+    }
+    return strLines;
 }
 
 // The first three characters read as a decimal number (atoi: blanks, a sign, digits).
@@ -183,7 +209,7 @@ bool MailClient::RunSmtp(SocketHandle h, const std::string& strDate, const std::
         SendText(h, u"Content-Type: TEXT/plain; charset=ISO-2022-JP\r\n", u"send Content-Type: TEXT/plain: LINE=%d",
                  __LINE__) &&
         SendText(h, u"\r\n", u"send \r\n: LINE=%d", __LINE__) &&
-        SendBytes(h, EncodeMailBody(strBody), u"send body: LINE=%d", __LINE__) &&
+        SendBytes(h, ToDataLines(EncodeMailBody(strBody)), u"send body: LINE=%d", __LINE__) &&
         SendText(h, u"\r\n", u"send \r\n: LINE=%d", __LINE__) &&
         SendText(h, FormatText(u"--%s--\r\n", strBoundary), u"send boundary: LINE=%d", __LINE__) &&
         SendText(h, u".\r\n", u"send .\r\n: LINE=%d", __LINE__);

@@ -12,6 +12,7 @@ namespace {
 constexpr char kEscJisX0208[] = "\x1B$B";
 constexpr char kEscAscii[] = "\x1B(B";
 
+constexpr unsigned char kEsc = 0x1B;
 constexpr unsigned char kVoicedMark = 0xDE;
 constexpr unsigned char kSemiVoicedMark = 0xDF;
 
@@ -128,9 +129,11 @@ std::string ShiftJisToIso2022Jp(std::string_view strShiftJis) {
             if (i + 1 >= nLength) break;
             writer.Double(ShiftJisToJis(c, cNext));
             ++i;
-        } else {
+        } else if (c != kEsc) {
             writer.Single(static_cast<char>(c));
         }
+        // An ESC of the text itself is dropped: passed on, it would switch the reader's character
+        // set without the converter knowing, and the mail could end in double-byte mode.
     }
     return writer.Finish();
 }

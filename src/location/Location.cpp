@@ -1,5 +1,9 @@
 #include "location/Location.h"
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
 #include "settings/Format.h"
 #include "settings/TextUtil.h"
 
@@ -13,17 +17,29 @@ constexpr double kPerThousandth = 2.7777777777777776e-7;
 constexpr double kPerSecond = 0.0002777777777777778;
 constexpr double kPerMinute = 0.016666666666666666;
 
-// Degrees to degree/minute/second/thousandth, truncating at every step.
+// trunc() into 32 bits. Real positions are far inside the range; absurd parts (a module or a
+// service sending "3333333333") give WGS84 values beyond it, which saturate instead of being
+// undefined.
+std::int32_t TruncateToInt32(double x) {
+    if (std::isnan(x)) return 0;
+    if (x <= -2147483649.0) return INT32_MIN;
+    if (x >= 2147483648.0) return INT32_MAX;
+    return static_cast<std::int32_t>(x);
+}
+
+// Degrees to degree/minute/second/thousandth, truncating at every step. The fraction is taken
+// from the double's own whole part, which equals the degree part whenever that is in range, so
+// the minutes stay below 60 even when the degrees saturate.
 void SplitDegrees(double x, std::int32_t* pParts) {
-    const auto nDegrees = static_cast<std::int32_t>(x);
-    const auto nMinutes = static_cast<std::int32_t>((x - nDegrees) * 60);
+    const double dFraction = x - std::trunc(x);
+    const std::int32_t nMinutes = TruncateToInt32(dFraction * 60);
     // Seconds with fraction: ×60000 then ×0.001 is the way the device forms ×60; kept as two steps.
-    const double t = (((x - nDegrees) * 60 - nMinutes) * 60000.0) * 0.001;
-    const auto nSeconds = static_cast<std::int32_t>(t);
-    pParts[0] = nDegrees;
+    const double t = ((dFraction * 60 - nMinutes) * 60000.0) * 0.001;
+    const std::int32_t nSeconds = TruncateToInt32(t);
+    pParts[0] = TruncateToInt32(x);
     pParts[1] = nMinutes;
     pParts[2] = nSeconds;
-    pParts[3] = static_cast<std::int32_t>((t - nSeconds) * 1000);
+    pParts[3] = TruncateToInt32((t - nSeconds) * 1000);
 }
 
 }  // namespace
@@ -68,12 +84,13 @@ double Location::ToDecimal(const std::int32_t nParts[4]) {
            static_cast<double>(nParts[0]);
 }
 
+// The last "/" of the whole text turns back, not the last "." of the coordinate: a longitude that
+// runs on to the end of a service reply may carry a "/" of its own behind its digits.
 bool Location::ToSlashForm(const std::u16string& strText, std::u16string& strOut) {
-    const std::size_t nLastDot = strText.rfind(u'.');
-    if (nLastDot == std::u16string::npos) return false;
+    if (strText.find(u'.') == std::u16string::npos) return false;
     std::u16string strSlash = strText;
-    for (std::size_t i = 0; i < strSlash.size(); ++i)
-        if (strSlash[i] == u'.' && i != nLastDot) strSlash[i] = u'/';
+    std::replace(strSlash.begin(), strSlash.end(), u'.', u'/');
+    strSlash[strSlash.rfind(u'/')] = u'.';
     strOut = std::move(strSlash);
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,6 +33,12 @@ enum class OpenMode {
     OpenAlways,    // create when missing, keep the contents otherwise
 };
 
+// Who may read a file written whole by WriteReplacing.
+enum class FileAccess {
+    Shared,   // as the platform gives new files (on Linux the user's umask); a replaced file keeps its mode
+    Private,  // the owner alone, whatever the umask (0600 on Linux): the settings hold the POP password
+};
+
 class FileSystem {
 public:
     virtual ~FileSystem() = default;
@@ -42,6 +49,20 @@ public:
     // which neither the old nor the new contents exist).
     virtual bool Replace(const std::u16string& strFrom, const std::u16string& strTo) = 0;
     virtual bool Remove(const std::u16string& strPath) = 0;
+    // Writes strPath anew so that it holds either its old contents or all of the new ones, never a
+    // part: fnWrite fills a new file beside it, which then takes the old one's place (on Windows
+    // ReplaceFileW or MoveFileExW, on POSIX rename after the data reached the disk). False, with the
+    // old file as it was and nothing left beside it, when fnWrite or any step fails. This default
+    // serves fakes; the platforms give the access its meaning.
+    virtual bool WriteReplacing(const std::u16string& strPath, FileAccess access,
+                                const std::function<bool(File&)>& fnWrite) {
+        const std::u16string strTemporary = strPath + u".new";
+        bool bOk = false;
+        if (std::unique_ptr<File> pFile = Open(strTemporary, OpenMode::CreateAlways)) bOk = fnWrite(*pFile);
+        if (bOk) bOk = Replace(strTemporary, strPath);
+        if (!bOk) Remove(strTemporary);
+        return bOk;
+    }
     // The character that separates folders ("\" on Windows, "/" on Linux).
     virtual char16_t Separator() const = 0;
 

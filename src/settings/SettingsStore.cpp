@@ -34,40 +34,48 @@ bool WriteText(File& file, const DualString& strText, bool bNarrow) {
 
 }  // namespace
 
+void SettingsStore::Append(DualString strKey, DualString strValue) {
+    m_firstOfKey.try_emplace(strKey.Wide(), m_entries.size());
+    m_entries.emplace_back(std::move(strKey), std::move(strValue));
+}
+
 bool SettingsStore::Set(const DualString& strKey, const DualString& strValue) {
     if (strKey.IsEmpty()) return false;
-    m_entries.emplace_back(strKey, strValue);
+    Append(strKey, strValue);
     return true;
 }
 
 bool SettingsStore::Get(const DualString& strKey, DualString& strValue) const {
     if (strKey.IsEmpty()) return false;
-    const auto it = std::find_if(m_entries.begin(), m_entries.end(), [&](const auto& e) { return e.first == strKey; });
-    if (it == m_entries.end()) return false;
-    strValue = it->second;
+    const auto it = m_firstOfKey.find(strKey.Wide());
+    if (it == m_firstOfKey.end()) return false;
+    strValue = m_entries[it->second].second;
     return true;
 }
 
+// The file holds the POP password, so only its owner may read it; it is written beside and then
+// put in place, so a failed write (a full disk) never costs the settings already saved.
 bool SettingsStore::Write(const DualString& strSection, const std::u16string& strPath, bool bNarrow) const {
     if (strPath.empty()) return false;
-    const std::unique_ptr<File> pFile = m_fileSystem.Open(strPath, OpenMode::CreateAlways);
-    if (!pFile) return false;
-    if (!strSection.IsEmpty()) {
-        if (!bNarrow && !pFile->Write(kUtf16LeMark, sizeof kUtf16LeMark)) return false;
-        if (!WriteText(*pFile, u"[" + strSection.Wide() + u"]\r\n", bNarrow)) return false;
-    }
-    for (const auto& [strKey, strValue] : m_entries) {
-        if (!WriteText(*pFile, strKey, bNarrow) || !WriteText(*pFile, u"=", bNarrow) ||
-            !WriteText(*pFile, strValue, bNarrow) || !WriteText(*pFile, kLineEnd, bNarrow))
-            return false;
-    }
-    return true;
+    return m_fileSystem.WriteReplacing(strPath, FileAccess::Private, [&](File& file) {
+        if (!strSection.IsEmpty()) {
+            if (!bNarrow && !file.Write(kUtf16LeMark, sizeof kUtf16LeMark)) return false;
+            if (!WriteText(file, u"[" + strSection.Wide() + u"]\r\n", bNarrow)) return false;
+        }
+        for (const auto& [strKey, strValue] : m_entries) {
+            if (!WriteText(file, strKey, bNarrow) || !WriteText(file, u"=", bNarrow) ||
+                !WriteText(file, strValue, bNarrow) || !WriteText(file, kLineEnd, bNarrow))
+                return false;
+        }
+        return true;
+    });
 }
 
 bool SettingsStore::Read(const DualString& strSection, const std::u16string& strPath, bool bNarrow) {
     std::u16string strText;
     if (!ReadText(strPath, bNarrow, strText)) return false;
     m_entries.clear();
+    m_firstOfKey.clear();
     Parse(strSection.Wide(), strText);
     return true;
 }
@@ -115,7 +123,7 @@ void SettingsStore::Parse(std::u16string_view strSection, std::u16string_view st
         const std::u16string_view strLine = strText.substr(nPos, nEnd - nPos);
         const std::size_t nEqual = strLine.find(u'=');
         if (nEqual == std::u16string_view::npos) continue;
-        m_entries.emplace_back(DualString(strLine.substr(0, nEqual)), DualString(strLine.substr(nEqual + 1)));
+        Append(DualString(strLine.substr(0, nEqual)), DualString(strLine.substr(nEqual + 1)));
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -23,8 +24,8 @@ public:
     // The first entry with exactly this key; false when the key is empty or not present.
     bool Get(const DualString& strKey, DualString& strValue) const;
 
-    // Writes the whole file anew. An empty section gives neither the mark nor a header line. On a
-    // failed write the file keeps what was written so far.
+    // Writes the whole file anew, readable by its owner alone. An empty section gives neither the
+    // mark nor a header line. A failed write leaves the file as it was.
     bool Write(const DualString& strSection, const std::u16string& strPath, bool bNarrow = false) const;
     // Replaces the entries by those of the file. False when the file cannot be used; true once it
     // was read, even when the header did not match and no entry was taken.
@@ -37,8 +38,13 @@ private:
     bool ReadText(const std::u16string& strPath, bool bNarrow, std::u16string& strText) const;
     void Parse(std::u16string_view strSection, std::u16string_view strText);
 
+    void Append(DualString strKey, DualString strValue);
+
     FileSystem& m_fileSystem;
     std::vector<std::pair<DualString, DualString>> m_entries;
+    // The first entry of each key: the record looks up every list row by its numbered key, and a
+    // scan per lookup made loading quadratic in the number of rows.
+    std::unordered_map<std::u16string, std::size_t> m_firstOfKey;
 };
 
 }  // namespace vantrel

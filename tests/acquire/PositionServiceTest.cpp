@@ -145,7 +145,7 @@ TEST_F(PositionServiceTest, MissUpdatesTheCacheStationByStationAndSavesIt) {
     const std::string strSaved = kMark + Utf16Le(u"22,/r?pos=N35.39.29.157E139.44.58.500\r\n"
                                                  u"11,/r?pos=N1.1.1.1E2.2.2.2\r\n33,/r?pos=N3.3.3.3E4.4.4.4\r\n");
     EXPECT_EQ(test::ReadFileBytes(m_dir.File("cache.txt")), strSaved);
-    EXPECT_EQ(test::ReadFileBytes(m_dir.File("cache.txt.new")), "");  // no temporary left behind
+    EXPECT_EQ(m_dir.Names(), std::vector<std::string>{"cache.txt"});  // no temporary left behind
 
     PositionService reloaded{m_http, *m_pFiles};
     ASSERT_TRUE(reloaded.LoadCache(CachePath()));
@@ -153,6 +153,19 @@ TEST_F(PositionServiceTest, MissUpdatesTheCacheStationByStationAndSavesIt) {
     EXPECT_EQ(test::ReadFileBytes(m_dir.File("cache.txt")), strSaved);
     EXPECT_TRUE(reloaded.LookupCache(u"11/3,22/7,33/7", strLog, strReply));
     EXPECT_EQ(reloaded.GetLocation().m_nNL[0], 35);
+}
+
+// The body is the answer when the Location holds no position, and a body may hold CR LF: only its
+// first line goes into the cache, so the file gains no entry the module never reported.
+TEST_F(PositionServiceTest, ReplyBodyCannotForgeACacheEntry) {
+    Answer("11", "/r", "pos=N1.1.1.1E2.2.2.2\r\n99,pos=N9.9.9.9E9.9.9.9\r\n");
+    std::u16string strLog, strReply;
+    ASSERT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"11/3", strLog, strReply));
+    ASSERT_TRUE(m_service.SaveCache(CachePath()));
+    EXPECT_EQ(test::ReadFileBytes(m_dir.File("cache.txt")), kMark + Utf16Le(u"11,pos=N1.1.1.1E2.2.2.2\r\n"));
+    PositionService reloaded{m_http, *m_pFiles};
+    ASSERT_TRUE(reloaded.LoadCache(CachePath()));
+    EXPECT_FALSE(reloaded.LookupCache(u"99/5", strLog, strReply));
 }
 
 TEST_F(PositionServiceTest, UpdateResultIsThatOfTheLastStation) {

@@ -140,6 +140,12 @@ TEST(SettingsCommands, SavingWritesTheFormAndRecordToTheChosenFile) {
     EXPECT_EQ(rig.FormSettings().Path(), strSaved) << "cancelled";
     expected.strInitialFolder = rig.m_dir.WideFile("sub");
     EXPECT_EQ(rig.m_fileDialogs.m_calls.at(1).request, expected) << "the folder of the file now in use";
+
+    rig.m_fileDialogs.m_strAnswer = rig.m_dir.WideFile("missing/saved.ini");
+    rig.Command(IDM_SAVE);
+    ASSERT_FALSE(rig.m_boxes.Boxes().empty()) << "a failed save says so";
+    EXPECT_EQ(rig.m_boxes.Boxes().back().strText, u"SaveSettings() Failed. [file=" + rig.m_fileDialogs.m_strAnswer + u"]");
+    EXPECT_EQ(rig.FormSettings().Path(), strSaved) << "a failed save keeps the file in use";
 }
 
 // The sheet's OK applies and saves; its キャンセル touches neither the record nor the file.

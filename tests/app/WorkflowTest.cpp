@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <mutex>
+#include <tuple>
 
 #include "FormRig.h"
 #include "support/ScriptedMailPeer.h"
@@ -545,20 +546,42 @@ TEST(WorkflowPostProcess, FreshPositionMakesCookieAndResultText) {
     EXPECT_EQ(rig.Form().ResultText(), kOne + kOne) << "each position is appended";
 }
 
-// A cookie without a URL to put it on is a warning; the position is still shown.
-TEST(WorkflowPostProcess, CookieWithoutUrlWarns) {
-    FormRig rig;
-    ASSERT_TRUE(rig.Create([](Settings& settings) {
-        settings.SetBool(BoolKey::CreateCookie, true);
-        settings.UrlList().SetSelectedIndex(5);
-    }));
-    rig.Command(IDC_ACQUIRE);
-    ASSERT_EQ(rig.m_boxes.Boxes().size(), 1u);
-    EXPECT_EQ(rig.m_boxes.Boxes()[0].strText, u"送信先のURLを指定してください。");
-    EXPECT_EQ(rig.m_boxes.Boxes()[0].strCaption, u"警告");
-    EXPECT_EQ(rig.m_boxes.Boxes()[0].nFlags, mb::kIconExclamation);
-    EXPECT_FALSE(rig.Form().ResultText().empty());
-    EXPECT_TRUE(test::ReadFileBytes(rig.m_dir.File("cookies.txt")).empty());
+// The selected URL row -> the box of the cookie, the browser and the HTTP channel, in that order.
+// Only a missing row is "no URL"; a row whose address is empty fails to make the cookie or to
+// build the send URL.
+TEST(WorkflowPostProcess, MissingRowAndEmptyAddressAreToldApart) {
+    using Box = std::tuple<std::u16string, std::u16string, std::uint32_t>;
+    const Box kNoUrl{u"送信先のURLを指定してください。", u"警告", mb::kIconExclamation};
+    const struct {
+        const char* pszLegend;
+        bool bRowExists;
+        std::vector<Box> boxes;
+    } cases[] = {
+        {"no row selected", false, {kNoUrl, kNoUrl, kNoUrl}},
+        {"empty address",
+         true,
+         {{u"Cookieの作成に失敗しました。", u"警告", mb::kIconExclamation},
+          {u"送信データの作成に失敗しました。", u"エラー", mb::kIconHand},
+          {u"送信データの作成に失敗しました。", u"エラー", mb::kIconHand}}},
+    };
+    for (const auto& c : cases) {
+        FormRig rig;
+        ASSERT_TRUE(rig.Create([&](Settings& settings) {
+            settings.SetBool(BoolKey::CreateCookie, true);
+            UseUrl(settings, u"");
+            if (!c.bRowExists) settings.UrlList().SetSelectedIndex(5);
+        }));
+        rig.Command(IDC_ACQUIRE);
+        EXPECT_FALSE(rig.Form().ResultText().empty()) << c.pszLegend << ": the position is still shown";
+        for (int nChannel : {IDC_BROWSERSEND, IDC_HTTPSEND}) {
+            rig.m_host.SetCheck(IDC_BROWSERSEND, nChannel == IDC_BROWSERSEND);
+            rig.m_host.SetCheck(IDC_HTTPSEND, nChannel == IDC_HTTPSEND);
+            rig.Command(IDC_SEND);
+        }
+        std::vector<Box> boxes;
+        for (const auto& box : rig.m_boxes.Boxes()) boxes.emplace_back(box.strText, box.strCaption, box.nFlags);
+        EXPECT_EQ(boxes, c.boxes) << c.pszLegend;
+    }
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 #include "settings/TextUtil.h"
 #include "support/HttpRig.h"
@@ -36,7 +37,8 @@ protected:
     }
 };
 
-TEST_F(HttpClientTest, RedirectIsTheAnswerAndIsNotFollowed) {
+// The header request wants the redirect itself; the plain fetch follows it, as opening a URL does.
+TEST_F(HttpClientTest, OnlyThePlainFetchFollowsRedirects) {
     std::atomic<int> nFollowed{0};
     std::string strInfo, strAgent;
     m_server.Server().Get("/loc", [&](const httplib::Request& request, httplib::Response& response) {
@@ -59,6 +61,11 @@ TEST_F(HttpClientTest, RedirectIsTheAnswerAndIsNotFollowed) {
     EXPECT_EQ(nFollowed.load(), 0);
     EXPECT_EQ(strInfo, "11/3");
     EXPECT_EQ(strAgent, "vantrel");
+
+    std::u16string strPlain;
+    ASSERT_TRUE(Plain(m_server.WideUrl("/loc"), strPlain));
+    EXPECT_EQ(strPlain, u"followed");
+    EXPECT_EQ(nFollowed.load(), 1);
     EXPECT_TRUE(Messages().empty());
 }
 
@@ -84,6 +91,9 @@ TEST_F(HttpClientTest, LongBodyIsJoinedFromChunksInBothModes) {
         response.set_header("Location", "/elsewhere");
         response.set_content(strLong, "text/plain");
     });
+    m_server.Server().Get("/elsewhere", [&](const httplib::Request&, httplib::Response& response) {
+        response.set_content(strLong, "text/plain");
+    });
     m_server.Start();
 
     std::u16string strPlain, strHeaders, strLocation;
@@ -91,6 +101,56 @@ TEST_F(HttpClientTest, LongBodyIsJoinedFromChunksInBothModes) {
     ASSERT_TRUE(WithHeaders(m_server.WideUrl("/long"), strHeaders, strLocation));
     EXPECT_EQ(strPlain, Utf8ToUtf16(strLong));
     EXPECT_EQ(strHeaders, Utf8ToUtf16(strLong));
+}
+
+// A body that breaks off after its headers fails the read, not the request: the header request
+// still succeeds on its Location, and otherwise the read's own text is the one shown.
+TEST_F(HttpClientTest, BodyBreakingOffFailsOnlyTheRead) {
+    m_server.Server().Get("/(moved|plain)", [](const httplib::Request& request, httplib::Response& response) {
+        if (request.path == "/moved") {
+            response.status = 302;
+            response.set_header("Location", "/next?pos=N1.2.3.4E5.6.7.8");
+        }
+        response.set_content_provider(1000, "text/plain", [](std::size_t, std::size_t, httplib::DataSink& sink) {
+            sink.write("0123456789", 10);
+            return false;  // the connection closes 990 bytes short
+        });
+    });
+    m_server.Start();
+
+    std::u16string strBody, strLocation;
+    EXPECT_TRUE(WithHeaders(m_server.WideUrl("/moved"), strBody, strLocation));
+    EXPECT_EQ(strLocation, u"/next?pos=N1.2.3.4E5.6.7.8");
+    EXPECT_FALSE(WithHeaders(m_server.WideUrl("/plain"), strBody, strLocation));
+    EXPECT_FALSE(Plain(m_server.WideUrl("/plain"), strBody));
+    // 18 = CURLE_PARTIAL_FILE
+    EXPECT_EQ(Messages(), (std::vector<std::u16string>{
+                              u"InternetReadFile() Failed. (Wininet Error:18)",
+                              u"InternetReadFile() Failed. (Wininet Error:18)[hostname=" + m_server.WideUrl("/plain") + u"]",
+                          }));
+}
+
+// The worker's limit bounds opening the URL, up to the answer's headers; the body is then read
+// under the session's receive limit, so a slow body is read whole instead of timing out.
+TEST_F(HttpClientTest, SlowBodyAfterTheHeadersIsNoTimeOut) {
+    m_server.Server().Get("/slow", [](const httplib::Request&, httplib::Response& response) {
+        response.set_chunked_content_provider("text/plain", [](std::size_t nOffset, httplib::DataSink& sink) {
+            if (nOffset >= 40) {
+                sink.done();
+                return true;
+            }
+            std::this_thread::sleep_for(150ms);
+            sink.write("0123456789", 10);
+            return true;
+        });
+    });
+    m_server.Start();
+    m_http.SetWorkerLimits(200, 20);
+
+    std::u16string strBody;
+    EXPECT_TRUE(Plain(m_server.WideUrl("/slow"), strBody));
+    EXPECT_EQ(strBody, u"0123456789012345678901234567890123456789");
+    EXPECT_TRUE(Messages().empty());
 }
 
 TEST_F(HttpClientTest, HangingServerEndsThePlainFetchAtTheLimit) {

@@ -95,7 +95,7 @@ TEST_F(MailClientTest, SendsTheExactMailAndReadsEveryReplyOneBehind) {
     ScriptedMailPeer peer({"220 mail.example.jp ESMTP\r\n"},
                           GoodSmtpSteps(ScriptedMailPeer::Reply("250-mail.example.jp\r\n250-8BITMIME\r\n250 HELP\r\n")));
     const int nResult = m_client.SendMail(u"127.0.0.1", peer.Port(), kFrom, kTo, u"位置 ﾃｽﾄ",
-                                          u"現在地 N35.39.29.157E139.44.51.000\r\n.x");
+                                          u"現在地 N35.39.29.157E139.44.51.000\r\n.x\n.\r.\r\n");
     const std::string strTranscript = peer.Transcript();
     const std::string strBoundary = BoundaryOf(strTranscript);
     EXPECT_EQ(strBoundary.substr(0, 10), "0001234567");
@@ -111,7 +111,8 @@ TEST_F(MailClientTest, SendsTheExactMailAndReadsEveryReplyOneBehind) {
         "--" + strBoundary + "\r\n"
         "Content-Type: TEXT/plain; charset=ISO-2022-JP\r\n"
         "\r\n"
-        "\x1B$B8=:_CO\x1B(B N35.39.29.157E139.44.51.000\r\n.x\r\n"  // no dot-stuffing
+        // Lines that begin with "." are dot-stuffed; a lone LF or CR goes out as CR LF.
+        "\x1B$B8=:_CO\x1B(B N35.39.29.157E139.44.51.000\r\n..x\r\n..\r\n..\r\n\r\n"
         "--" + strBoundary + "--\r\n"
         ".\r\n"
         "QUIT\r\n";

@@ -94,6 +94,10 @@ TEST(MailEncoding, ByteOutsideTheCharacterSetsAndCutLeadByte) {
     EXPECT_EQ(ShiftJisToIso2022Jp("\x8A\xBF\x88"), kToJis + "\x34\x41" + kToAscii);
     // 0x80 and 0xFD-0xFF are single bytes.
     EXPECT_EQ(ShiftJisToIso2022Jp("\x80\xFD"), "\x80\xFD");
+    // An ESC of the text would switch the reader's character set behind the converter's back and
+    // could leave the mail in double-byte mode; it is not passed on.
+    EXPECT_EQ(ShiftJisToIso2022Jp("N35\x1B$B"), "N35$B");
+    EXPECT_EQ(ShiftJisToIso2022Jp("\x8A\xBF\x1B(Ba"), kToJis + "\x34\x41" + kToAscii + "(Ba");
 }
 
 TEST(MailEncoding, SubjectIsOneBase64PieceOfTheJisText) {

@@ -104,6 +104,32 @@ TEST(CommandLineRun, SaveSettingsWritesUtf16AndRoundTripsByteForByte) {
     EXPECT_NE(strSaved, strDefaults);
 }
 
+// The settings file holds the POP password and the cookie jar the position: both are written for
+// their owner alone, whatever the umask, also where a file that others could read was replaced.
+TEST(CommandLineRun, SecretsAreWrittenForTheirOwnerAlone) {
+    ProgramHome home;
+    home.UseUrl("http://127.0.0.1:9/send");
+    home.GetSettings().SetBool(BoolKey::CreateCookie, true);
+    home.Save();
+    WriteFileBytes(home.File("shared.ini"), "x");
+    chmod(home.File("shared.ini").c_str(), 0644);
+
+    const mode_t nOldMask = umask(0);  // inherited by the program
+    const ProgramRun fresh = RunVantrel(home, {"save-settings", home.File("fresh.ini")});
+    const ProgramRun replaced = RunVantrel(home, {"save-settings", home.File("shared.ini")});
+    const ProgramRun acquire = RunVantrel(home, {"--port", "sim", "acquire"});
+    umask(nOldMask);
+    EXPECT_EQ(fresh.nExit, 0) << fresh.strErr;
+    EXPECT_EQ(replaced.nExit, 0) << replaced.strErr;
+    EXPECT_EQ(acquire.nExit, 0) << acquire.strErr;
+    EXPECT_NE(ReadFileBytes(home.File("cookies.txt")).find("\tlocation\t35.39.29.000,139.44.51.000"), std::string::npos);
+    for (const char* pszName : {"fresh.ini", "shared.ini", "cookies.txt"}) {
+        struct stat st {};
+        ASSERT_EQ(stat(home.File(pszName).c_str(), &st), 0) << pszName;
+        EXPECT_EQ(st.st_mode & 0777, 0600u) << pszName;
+    }
+}
+
 TEST(CommandLineRun, SendUsesThePositionGivenOnTheCommandLine) {
     RecordingHttpServer server;
     ProgramHome home;

@@ -124,6 +124,13 @@ ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& a
     return RunProgram(VANTREL_EXE, home, arguments, nTimeoutMs);
 }
 
+ProgramRun RunVantrelWithFileSizeLimit(const ProgramHome& home, std::uint64_t nBytes,
+                                       const std::vector<std::string>& arguments, int nTimeoutMs) {
+    std::vector<std::string> limited = {"--fsize=" + std::to_string(nBytes), "--", VANTREL_EXE};
+    limited.insert(limited.end(), arguments.begin(), arguments.end());
+    return RunProgram("/usr/bin/prlimit", home, limited, nTimeoutMs);
+}
+
 ProgramRun RunProgram(const std::string& strProgram, const ProgramHome& home, const std::vector<std::string>& arguments,
                       int nTimeoutMs) {
     const auto start = std::chrono::steady_clock::now();

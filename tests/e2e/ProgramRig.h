@@ -65,6 +65,10 @@ ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& a
 ProgramRun RunProgram(const std::string& strProgram, const ProgramHome& home, const std::vector<std::string>& arguments,
                       int nTimeoutMs = 30000);
 std::unique_ptr<ChildProcess> StartVantrel(const ProgramHome& home, const std::vector<std::string>& arguments);
+// The program under a limit on the size of every file it writes (prlimit --fsize): a write that
+// would pass nBytes fails as on a full disk.
+ProgramRun RunVantrelWithFileSizeLimit(const ProgramHome& home, std::uint64_t nBytes,
+                                       const std::vector<std::string>& arguments, int nTimeoutMs = 30000);
 
 // The module emulator on its own pseudo-terminal.
 class WsimEmulator {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 
 #include "location/Location.h"
@@ -110,14 +111,46 @@ TEST(Location, ParsePartsFollowsWtolPerPiece) {
 }
 
 TEST(Location, SlashForm) {
-    std::u16string strOut = u"kept";
-    EXPECT_TRUE(Location::ToSlashForm(u"35.39.29.000", strOut));
-    EXPECT_EQ(strOut, u"35/39/29.000");
-    EXPECT_TRUE(Location::ToSlashForm(u"1.5", strOut));
-    EXPECT_EQ(strOut, u"1.5");
-    strOut = u"kept";
-    EXPECT_FALSE(Location::ToSlashForm(u"35", strOut));
-    EXPECT_EQ(strOut, u"kept");
+    // Legend: text, its slash form; null when the conversion fails and leaves the output alone.
+    const struct {
+        const char16_t* pszText;
+        const char16_t* pszSlash;
+    } cases[] = {
+        {u"35.39.29.000", u"35/39/29.000"},
+        {u"1.5", u"1.5"},
+        {u"139.44.58.500/x", u"139/44/58/500.x"},  // the last "/" of the text turns back, not the last "."
+        {u"35", nullptr},
+    };
+    for (const auto& c : cases) {
+        std::u16string strOut = u"kept";
+        EXPECT_EQ(Location::ToSlashForm(c.pszText, strOut), c.pszSlash != nullptr);
+        EXPECT_EQ(strOut, c.pszSlash ? c.pszSlash : u"kept");
+    }
+}
+
+// Parts no module sends, from a garbled answer, a service reply or a cache line: the WGS84 degrees
+// lie beyond 32 bits and must saturate, with minutes, seconds and thousandths still in range.
+TEST(Location, AbsurdPartsGiveSaturatedDegrees) {
+    // Legend: position text, the WGS84 degree part expected for latitude and longitude.
+    const struct {
+        const char16_t* pszText;
+        std::int32_t nNorth, nEast;
+    } cases[] = {
+        {u"N2147483647.2147483647E0/", INT32_MAX, -100513},
+        {u"N0E3333333333.3333333333/", 38128, INT32_MAX},  // each part saturates to 2147483647 first
+        {u"N-2147483648.-2147483648E-2147483648.-2147483648/", INT32_MIN, INT32_MIN},
+    };
+    for (const auto& c : cases) {
+        Location loc;
+        ASSERT_TRUE(loc.SetFromText(c.pszText));
+        EXPECT_EQ(loc.m_nWNL[0], c.nNorth) << std::string(c.pszText, c.pszText + 12);
+        EXPECT_EQ(loc.m_nWEL[0], c.nEast);
+        for (const std::int32_t* pParts : {loc.m_nWNL, loc.m_nWEL}) {
+            EXPECT_LT(std::abs(pParts[1]), 60);
+            EXPECT_LT(std::abs(pParts[2]), 60);
+            EXPECT_LT(std::abs(pParts[3]), 1000);
+        }
+    }
 }
 
 TEST(Location, ConversionTruncatesBelowAWholeThousandth) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <memory>
 #include <vector>
@@ -120,54 +121,27 @@ TEST_F(SettingsStoreFile, NarrowModeUsesTheCodePageWithoutMark) {
     EXPECT_EQ(back.Count(), 0u);
 }
 
-// A file system whose files accept a fixed number of writes, recording their sizes.
-class FailingFileSystem final : public FileSystem {
-public:
-    FailingFileSystem(FileSystem& real, int nWritesAllowed) : m_real(real), m_nWritesLeft(nWritesAllowed) {}
+// A write that fails part-way (here the file size limit, as a full disk would) must leave the file
+// already saved as it was, and nothing beside it.
+TEST_F(SettingsStoreFile, FailedWriteLeavesTheSavedFileWhole) {
+    SettingsStore saved(*m_pFileSystem);
+    saved.Set(DualString(u"PASSWORDPOP"), DualString(u"secret"));
+    ASSERT_TRUE(saved.Write(DualString(u"vantrel"), m_dir.WideFile("s.ini")));
+    const std::string strSaved = ReadFileBytes(m_dir.File("s.ini"));
+    SettingsStore store(*m_pFileSystem);
+    for (int i = 0; i < 20; ++i) store.Set(DualString(u"URL" + Utf8ToUtf16(std::to_string(i))), DualString(u"http://x/"));
 
-    std::unique_ptr<File> Open(const std::u16string& strPath, OpenMode mode) override {
-        std::unique_ptr<File> pFile = m_real.Open(strPath, mode);
-        return pFile ? std::make_unique<CountingFile>(std::move(pFile), *this) : nullptr;
-    }
-    bool IsDirectory(const std::u16string& strPath) override { return m_real.IsDirectory(strPath); }
-    bool Replace(const std::u16string& strFrom, const std::u16string& strTo) override { return m_real.Replace(strFrom, strTo); }
-    bool Remove(const std::u16string& strPath) override { return m_real.Remove(strPath); }
-    char16_t Separator() const override { return m_real.Separator(); }
+    rlimit old {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    rlimit small = old;
+    small.rlim_cur = strSaved.size();  // CreateFileSystem made the limit fail the write, not end the process
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const bool bWritten = store.Write(DualString(u"vantrel"), m_dir.WideFile("s.ini"));
+    setrlimit(RLIMIT_FSIZE, &old);
 
-    std::vector<std::uint32_t> m_writeSizes;
-
-private:
-    class CountingFile final : public File {
-    public:
-        CountingFile(std::unique_ptr<File> pFile, FailingFileSystem& owner) : m_pFile(std::move(pFile)), m_owner(owner) {}
-        bool Read(void* pData, std::uint32_t nSize, std::uint32_t& nRead) override { return m_pFile->Read(pData, nSize, nRead); }
-        bool Write(const void* pData, std::uint32_t nSize) override {
-            if (m_owner.m_nWritesLeft-- <= 0) return false;
-            m_owner.m_writeSizes.push_back(nSize);
-            return m_pFile->Write(pData, nSize);
-        }
-        bool GetSize(std::uint64_t& nSize) override { return m_pFile->GetSize(nSize); }
-        bool SeekToStart() override { return m_pFile->SeekToStart(); }
-        bool SeekToEnd() override { return m_pFile->SeekToEnd(); }
-
-    private:
-        std::unique_ptr<File> m_pFile;
-        FailingFileSystem& m_owner;
-    };
-
-    FileSystem& m_real;
-    int m_nWritesLeft;
-};
-
-TEST_F(SettingsStoreFile, FailedWriteKeepsWhatWasWritten) {
-    // Each piece is its own write: mark, header, then key, "=", value, CR LF per entry.
-    FailingFileSystem failing(*m_pFileSystem, 7);
-    SettingsStore store(failing);
-    store.Set(DualString(u"a"), DualString(u"12"));
-    store.Set(DualString(u"b"), DualString(u"3"));
-    EXPECT_FALSE(store.Write(DualString(u"vantrel"), m_dir.WideFile("s.ini")));
-    EXPECT_EQ(failing.m_writeSizes, (std::vector<std::uint32_t>{2, 22, 2, 2, 4, 4, 2}));
-    EXPECT_EQ(ReadFileBytes(m_dir.File("s.ini")), Utf16File(u"[vantrel]\r\na=12\r\nb"));
+    EXPECT_FALSE(bWritten);
+    EXPECT_EQ(ReadFileBytes(m_dir.File("s.ini")), strSaved);
+    EXPECT_EQ(m_dir.Names(), std::vector<std::string>{"s.ini"});
 }
 
 }  // namespace

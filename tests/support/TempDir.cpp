@@ -1,5 +1,6 @@
 #include "support/TempDir.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -24,6 +25,13 @@ TempDir::~TempDir() {
 std::u16string TempDir::WideFile(const std::string& strName) const { return Utf8ToUtf16(File(strName)); }
 
 std::u16string TempDir::WidePath() const { return Utf8ToUtf16(m_strPath); }
+
+std::vector<std::string> TempDir::Names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(m_strPath)) names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
 std::string ReadFileBytes(const std::string& strPath) {
     std::ifstream in(strPath, std::ios::binary);

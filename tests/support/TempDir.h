@@ -1,5 +1,6 @@
 #pragma once
 #include <string>
+#include <vector>
 
 namespace vantrel::test {
 
@@ -16,6 +17,8 @@ public:
     std::string File(const std::string& strName) const { return m_strPath + "/" + strName; }
     std::u16string WideFile(const std::string& strName) const;
     std::u16string WidePath() const;
+    // The names of the entries, sorted.
+    std::vector<std::string> Names() const;
 
 private:
     std::string m_strPath;

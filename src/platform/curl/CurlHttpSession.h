@@ -25,8 +25,9 @@ struct CurlSessionState {
     std::set<int> sockets;
 };
 
-// A WinInet-shaped session over libcurl easy handles: each request runs a whole transfer and keeps
-// the answer in memory, so the body is read from there afterwards.
+// A WinInet-shaped session over libcurl: a request or an opened URL returns once the answer's
+// headers are in, as HttpSendRequest and InternetOpenUrl do, and its body is then read from the
+// network chunk by chunk, so a body that fails part-way fails the read, not the request.
 class CurlHttpSession final : public HttpSession {
 public:
     CurlHttpSession(const HttpSessionOptions& options, const std::string& strCookieJar);
@@ -41,10 +42,15 @@ public:
 
 private:
     std::unique_ptr<HttpResponse> Perform(const std::string& strUrl, const std::string& strHost,
-                                          const std::string& strHeaders, std::uint32_t& nError);
+                                          const std::string& strHeaders, bool bFollow, std::uint32_t& nError);
 
     std::shared_ptr<CurlSessionState> m_pState;
 };
+
+// The jar holds the position cookie and whatever servers set: its owner alone may read it, whatever
+// the umask. libcurl keeps the mode of a jar it rewrites, so the file is made private (created
+// empty if missing) before a transfer may write it.
+void PrepareCookieJar(const std::string& strJar);
 
 // Percent-encodes what may not stand in a request line (controls, blank, bytes above 0x7E) and
 // leaves everything else, as the device's stack does with an already decoded object name.

@@ -128,6 +128,7 @@ private:
 
     bool WriteToJar(const std::string& strLine) {
         std::lock_guard lock(m_mutex);
+        PrepareCookieJar(m_strCookieJar);
         CURL* pCurl = curl_easy_init();
         if (!pCurl) return false;
         curl_easy_setopt(pCurl, CURLOPT_COOKIEFILE, m_strCookieJar.c_str());
