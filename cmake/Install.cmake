@@ -8,7 +8,7 @@ install(TARGETS vantrel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 set_target_properties(vantrel PROPERTIES INSTALL_RPATH "$ORIGIN/../${VANTREL_LIBRARY_DIR}")
 install(TARGETS vantrel-qt vantrel-http LIBRARY DESTINATION ${VANTREL_LIBRARY_DIR})
 if(TARGET dlgconnect)
-  install(TARGETS dlgconnect LIBRARY DESTINATION ${VANTREL_LIBRARY_DIR})
+  install(TARGETS dlgconnect dlgconnect-nm LIBRARY DESTINATION ${VANTREL_LIBRARY_DIR})
 endif()
 
 install(FILES ${PROJECT_SOURCE_DIR}/resources/vantrel.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)

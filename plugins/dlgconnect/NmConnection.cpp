@@ -3,14 +3,14 @@
 #include <string>
 
 #include "NmConfig.h"
-#include "NmSession.h"
+#include "NmLine.h"
 #include "port/DlgConnect.h"
 
 namespace dlgconnect {
 
 namespace {
 
-// NetworkManager normally answers within milliseconds; a start-up that finds it slower goes on and
+// NetworkManager normally answers within milliseconds; an answer that finds it slower goes on and
 // picks its state up from the signals once it comes.
 constexpr int kReadyWaitMs = 2000;
 constexpr int kDownWaitMs = 10000;
@@ -18,28 +18,31 @@ constexpr int kDownWaitMs = 10000;
 // The data line as one NetworkManager connection, chosen by the configuration (NmConfig.h).
 class NmConnection final : public vantrel::DlgConnect {
 public:
-    explicit NmConnection(NmConfig config)
-        : m_config(std::move(config)), m_session(m_config.strConnection, kReadyWaitMs) {}
+    // A configured connection is asked after from the start (the connect button follows it), so its
+    // state is fetched at once, in the background; otherwise only IsConnected needs NetworkManager.
+    explicit NmConnection(NmConfig config) : m_config(std::move(config)), m_line(m_config.strConnection, kReadyWaitMs) {
+        if (!m_config.strConnection.empty()) m_line.Start();
+    }
     ~NmConnection() = default;
 
     int Connect(std::uintptr_t, std::uintptr_t, std::uint32_t nWait, std::uint32_t, const char16_t*) override {
         if (!CheckConfigured()) return 0;
         const int nWaitMs = m_config.nWaitSeconds > 0 ? m_config.nWaitSeconds * 1000 : static_cast<int>(nWait);
-        return Report("could not bring up", m_session.Activate(nWaitMs));
+        return Report("could not bring up", m_line.Activate(nWaitMs));
     }
 
     int Disconnect(std::uint32_t, const char16_t*) override {
         if (!CheckConfigured()) return 0;
-        return Report("could not take down", m_session.Deactivate(kDownWaitMs));
+        return Report("could not take down", m_line.Deactivate(kDownWaitMs));
     }
 
     // Without a connection of our own the line belongs to the system: it exists when the machine
     // is online, and the program never holds it.
     int IsConnected() override {
-        if (m_config.strConnection.empty()) return m_session.IsOnline() ? 1 : 0;
-        return m_session.IsActive() ? 1 : 0;
+        if (m_config.strConnection.empty()) return m_line.IsOnline() ? 1 : 0;
+        return m_line.IsActive() ? 1 : 0;
     }
-    int GetConnection() override { return m_session.IsActive() ? 1 : 0; }
+    int GetConnection() override { return !m_config.strConnection.empty() && m_line.IsActive() ? 1 : 0; }
 
 private:
     bool CheckConfigured() {
@@ -57,7 +60,7 @@ private:
     }
 
     NmConfig m_config;
-    NmSession m_session;
+    NmLine m_line;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -66,14 +67,13 @@ std::string ReasonText(NMActiveConnectionStateReason eReason) {
     return strText;
 }
 
-}  // namespace
-
-// Everything below runs on the loop's thread, except the constructor, the destructor, Submit and
-// the atomics.
-struct NmSession::Loop {
-    Loop(std::string strName, int nReadyWaitMs);
+// Everything below runs on the loop's thread, except the constructor, the destructor, AwaitReady,
+// Submit and the atomics.
+struct Loop {
+    explicit Loop(std::string strName);
     ~Loop();
 
+    bool AwaitReady(int nWaitMs);
     Outcome Submit(Request::Kind eKind, int nWaitMs);
 
     std::atomic<bool> m_bActive{false};
@@ -134,7 +134,7 @@ private:
     std::thread m_thread;
 };
 
-NmSession::Loop::Loop(std::string strName, int nReadyWaitMs) : m_strName(std::move(strName)) {
+Loop::Loop(std::string strName) : m_strName(std::move(strName)) {
     // The address is read here, on the caller's thread, because it comes from the environment.
     GError* pError = nullptr;
     gchar* pszAddress = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, &pError);
@@ -149,11 +149,14 @@ NmSession::Loop::Loop(std::string strName, int nReadyWaitMs) : m_strName(std::mo
     pthread_sigmask(SIG_SETMASK, &all, &previous);
     m_thread = std::thread([this] { Run(); });
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
-    std::unique_lock lock(m_readyMutex);
-    m_cvReady.wait_for(lock, std::chrono::milliseconds(nReadyWaitMs), [this] { return m_bReady; });
 }
 
-NmSession::Loop::~Loop() {
+bool Loop::AwaitReady(int nWaitMs) {
+    std::unique_lock lock(m_readyMutex);
+    return m_cvReady.wait_for(lock, std::chrono::milliseconds(nWaitMs), [this] { return m_bReady; });
+}
+
+Loop::~Loop() {
     g_main_context_invoke(
         m_pContext,
         [](gpointer pData) -> gboolean {
@@ -170,7 +173,7 @@ NmSession::Loop::~Loop() {
     g_main_context_unref(m_pContext);
 }
 
-void NmSession::Loop::Run() {
+void Loop::Run() {
     g_main_context_push_thread_default(m_pContext);
     Start();
     g_main_loop_run(m_pMainLoop);
@@ -180,7 +183,7 @@ void NmSession::Loop::Run() {
 
 // A private bus connection rather than GLib's shared one: the shared one ends the whole process
 // when the bus goes away, and it would outlive this session.
-void NmSession::Loop::Start() {
+void Loop::Start() {
     if (m_strAddress.empty()) return Unreachable(m_strUnreachable);
     ++m_nPending;
     g_dbus_connection_new_for_address(
@@ -190,7 +193,7 @@ void NmSession::Loop::Start() {
         nullptr, m_pCancel, &Loop::OnBus, this);
 }
 
-void NmSession::Loop::OnBus(GObject*, GAsyncResult* pResult, gpointer pData) {
+void Loop::OnBus(GObject*, GAsyncResult* pResult, gpointer pData) {
     Loop* pLoop = static_cast<Loop*>(pData);
     --pLoop->m_nPending;
     GError* pError = nullptr;
@@ -210,7 +213,7 @@ void NmSession::Loop::OnBus(GObject*, GAsyncResult* pResult, gpointer pData) {
                                NM_CLIENT_INSTANCE_FLAGS_NO_AUTO_FETCH_PERMISSIONS, nullptr);
 }
 
-void NmSession::Loop::OnClient(GObject* pSource, GAsyncResult* pResult, gpointer pData) {
+void Loop::OnClient(GObject* pSource, GAsyncResult* pResult, gpointer pData) {
     Loop* pLoop = static_cast<Loop*>(pData);
     --pLoop->m_nPending;
     GError* pError = nullptr;
@@ -230,33 +233,33 @@ void NmSession::Loop::OnClient(GObject* pSource, GAsyncResult* pResult, gpointer
 }
 
 // The client sees NetworkManager gone by itself; this only names the reason.
-void NmSession::Loop::OnBusClosed(GDBusConnection*, gboolean, GError*, gpointer pData) {
+void Loop::OnBusClosed(GDBusConnection*, gboolean, GError*, gpointer pData) {
     static_cast<Loop*>(pData)->m_strUnreachable = "the system bus closed the connection";
 }
 
-void NmSession::Loop::MarkReady() {
+void Loop::MarkReady() {
     std::lock_guard lock(m_readyMutex);
     m_bReady = true;
     m_cvReady.notify_all();
 }
 
-void NmSession::Loop::Unreachable(std::string strWhy) {
+void Loop::Unreachable(std::string strWhy) {
     m_strUnreachable = std::move(strWhy);
     Changed();
     MarkReady();
 }
 
-bool NmSession::Loop::Running() const {
+bool Loop::Running() const {
     return m_pClient && nm_client_get_nm_running(m_pClient);
 }
 
-std::string NmSession::Loop::WhyNotRunning() const {
+std::string Loop::WhyNotRunning() const {
     if (!m_strUnreachable.empty()) return m_strUnreachable;
     if (!m_pClient) return "NetworkManager has not answered yet";
     return "NetworkManager is not running";
 }
 
-bool NmSession::Loop::IsOurs(NMActiveConnection* pActive) const {
+bool Loop::IsOurs(NMActiveConnection* pActive) const {
     if (m_strName.empty()) return false;
     const char* pszId = nm_active_connection_get_id(pActive);
     const char* pszUuid = nm_active_connection_get_uuid(pActive);
@@ -264,7 +267,7 @@ bool NmSession::Loop::IsOurs(NMActiveConnection* pActive) const {
 }
 
 // An activation of our connection in one of the states nStates (a mask of Bit(state)).
-NMActiveConnection* NmSession::Loop::FindOurs(unsigned nStates) const {
+NMActiveConnection* Loop::FindOurs(unsigned nStates) const {
     if (!Running()) return nullptr;
     const GPtrArray* pList = nm_client_get_active_connections(m_pClient);
     for (guint i = 0; pList && i < pList->len; ++i) {
@@ -275,7 +278,7 @@ NMActiveConnection* NmSession::Loop::FindOurs(unsigned nStates) const {
 }
 
 // The connection profile by id, else by UUID.
-NMRemoteConnection* NmSession::Loop::FindProfile() const {
+NMRemoteConnection* Loop::FindProfile() const {
     const GPtrArray* pList = nm_client_get_connections(m_pClient);
     NMRemoteConnection* pByUuid = nullptr;
     for (guint i = 0; pList && i < pList->len; ++i) {
@@ -290,7 +293,7 @@ NMRemoteConnection* NmSession::Loop::FindProfile() const {
 
 // Every change NetworkManager signals comes here: the two answers and the request in flight are
 // brought up to date.
-void NmSession::Loop::Changed() {
+void Loop::Changed() {
     Watch();
     const bool bRunning = Running();
     m_bOnline = !bRunning || nm_client_get_state(m_pClient) >= NM_STATE_CONNECTED_LOCAL;
@@ -299,7 +302,7 @@ void NmSession::Loop::Changed() {
 }
 
 // Each activation's state changes on its own object, so every new one is watched.
-void NmSession::Loop::Watch() {
+void Loop::Watch() {
     if (!Running()) return;
     const GPtrArray* pList = nm_client_get_active_connections(m_pClient);
     for (guint i = 0; pList && i < pList->len; ++i) {
@@ -310,7 +313,7 @@ void NmSession::Loop::Watch() {
     }
 }
 
-Outcome NmSession::Loop::Submit(Request::Kind eKind, int nWaitMs) {
+Outcome Loop::Submit(Request::Kind eKind, int nWaitMs) {
     auto pRequest = std::make_shared<Request>(eKind);
     g_main_context_invoke_full(
         m_pContext, G_PRIORITY_DEFAULT,
@@ -330,7 +333,7 @@ Outcome NmSession::Loop::Submit(Request::Kind eKind, int nWaitMs) {
     return {false, std::string("not ") + pszState + " within " + std::to_string(nWaitMs) + " ms"};
 }
 
-void NmSession::Loop::Begin(const std::shared_ptr<Request>& pRequest) {
+void Loop::Begin(const std::shared_ptr<Request>& pRequest) {
     if (m_pRequest) FinishRequest(false, "superseded");
     m_pRequest = pRequest;
     if (!Running()) return FinishRequest(false, WhyNotRunning());
@@ -338,7 +341,7 @@ void NmSession::Loop::Begin(const std::shared_ptr<Request>& pRequest) {
     else BeginDown();
 }
 
-void NmSession::Loop::BeginUp() {
+void Loop::BeginUp() {
     if (NMActiveConnection* pActive = FindOurs(kComingUp)) {
         m_pRequest->pActive = NM_ACTIVE_CONNECTION(g_object_ref(pActive));
         return Evaluate();
@@ -350,7 +353,7 @@ void NmSession::Loop::BeginUp() {
                                         &Loop::OnActivated, new Call{this, m_pRequest});
 }
 
-void NmSession::Loop::OnActivated(GObject* pSource, GAsyncResult* pResult, gpointer pData) {
+void Loop::OnActivated(GObject* pSource, GAsyncResult* pResult, gpointer pData) {
     Call* pCall = static_cast<Call*>(pData);
     Loop* pLoop = pCall->pLoop;
     --pLoop->m_nPending;
@@ -368,7 +371,7 @@ void NmSession::Loop::OnActivated(GObject* pSource, GAsyncResult* pResult, gpoin
     delete pCall;
 }
 
-void NmSession::Loop::BeginDown() {
+void Loop::BeginDown() {
     std::vector<NMActiveConnection*> ours;
     const GPtrArray* pList = nm_client_get_active_connections(m_pClient);
     for (guint i = 0; pList && i < pList->len; ++i) {
@@ -383,7 +386,7 @@ void NmSession::Loop::BeginDown() {
     Evaluate();
 }
 
-void NmSession::Loop::OnDeactivated(GObject* pSource, GAsyncResult* pResult, gpointer pData) {
+void Loop::OnDeactivated(GObject* pSource, GAsyncResult* pResult, gpointer pData) {
     Call* pCall = static_cast<Call*>(pData);
     Loop* pLoop = pCall->pLoop;
     --pLoop->m_nPending;
@@ -397,7 +400,7 @@ void NmSession::Loop::OnDeactivated(GObject* pSource, GAsyncResult* pResult, gpo
     delete pCall;
 }
 
-void NmSession::Loop::Evaluate() {
+void Loop::Evaluate() {
     if (!m_pRequest) return;
     bool bAbandoned;
     {
@@ -427,7 +430,7 @@ void NmSession::Loop::Evaluate() {
     FinishRequest(false, "NetworkManager gave up: " + ReasonText(eReason));
 }
 
-void NmSession::Loop::AwaitReason() {
+void Loop::AwaitReason() {
     if (m_pRequest->bReasonWait) return;
     m_pRequest->bReasonWait = true;
     GSource* pTimer = g_timeout_source_new(kReasonWaitMs);
@@ -444,7 +447,7 @@ void NmSession::Loop::AwaitReason() {
     g_source_unref(pTimer);
 }
 
-void NmSession::Loop::FinishRequest(bool bDone, std::string strWhy) {
+void Loop::FinishRequest(bool bDone, std::string strWhy) {
     std::shared_ptr<Request> pRequest = std::move(m_pRequest);
     if (pRequest->pActive) g_object_unref(pRequest->pActive);
     pRequest->pActive = nullptr;
@@ -454,7 +457,7 @@ void NmSession::Loop::FinishRequest(bool bDone, std::string strWhy) {
 // The client is let go first; its busy watcher goes when its last work on this context is done.
 // Calls still out come back cancelled. All bounded: a bus that never answers costs a little memory,
 // never a hang.
-void NmSession::Loop::Drain() {
+void Loop::Drain() {
     GObject* pWatcher = nullptr;
     if (m_pClient) {
         g_signal_handlers_disconnect_by_data(m_pClient, this);
@@ -487,17 +490,26 @@ void NmSession::Loop::Drain() {
     }
 }
 
-NmSession::NmSession(std::string strConnection, int nReadyWaitMs)
-    : m_pLoop(std::make_unique<Loop>(std::move(strConnection), nReadyWaitMs)) {}
+// The session the data-line library holds: the loop behind the interface.
+class ClientSession final : public NmSession {
+public:
+    explicit ClientSession(std::string strConnection) : m_loop(std::move(strConnection)) {}
 
-NmSession::~NmSession() = default;
+    bool AwaitReady(int nWaitMs) override { return m_loop.AwaitReady(nWaitMs); }
+    bool IsActive() const override { return m_loop.m_bActive.load(std::memory_order_relaxed); }
+    bool IsOnline() const override { return m_loop.m_bOnline.load(std::memory_order_relaxed); }
+    Outcome Activate(int nWaitMs) override { return m_loop.Submit(Request::Kind::kUp, nWaitMs); }
+    Outcome Deactivate(int nWaitMs) override { return m_loop.Submit(Request::Kind::kDown, nWaitMs); }
 
-bool NmSession::IsActive() const { return m_pLoop->m_bActive.load(std::memory_order_relaxed); }
+private:
+    Loop m_loop;
+};
 
-bool NmSession::IsOnline() const { return m_pLoop->m_bOnline.load(std::memory_order_relaxed); }
-
-Outcome NmSession::Activate(int nWaitMs) { return m_pLoop->Submit(Request::Kind::kUp, nWaitMs); }
-
-Outcome NmSession::Deactivate(int nWaitMs) { return m_pLoop->Submit(Request::Kind::kDown, nWaitMs); }
+}  // namespace
 
 }  // namespace dlgconnect
+
+extern "C" __attribute__((visibility("default"))) dlgconnect::NmSession* DlgConnectOpenNmSession(
+    const char* pszConnection) {
+    return new dlgconnect::ClientSession(pszConnection ? pszConnection : "");
+}

@@ -1,5 +1,4 @@
 #pragma once
-#include <memory>
 #include <string>
 
 namespace dlgconnect {
@@ -15,31 +14,36 @@ struct Outcome {
 // answers in memory, so the questions never wait on the bus; the requests block their caller for
 // at most the wait they are given. Everything is bounded: a missing bus or a missing
 // NetworkManager makes the requests fail at once, never hang.
+//
+// The client lives in a module of its own (kNmModule), the only one linked with libnm and GLib: the
+// data-line library loads it when an answer first needs NetworkManager, so that a program which
+// never asks, or a machine without a system bus, does not pay for them.
 class NmSession {
 public:
-    // strConnection: the id (or UUID) of the connection this session brings up and down; empty
-    // for none. The system bus is the one the environment names (DBUS_SYSTEM_BUS_ADDRESS), else
-    // the standard one. Waits at most nReadyWaitMs for NetworkManager's first state.
-    NmSession(std::string strConnection, int nReadyWaitMs);
-    ~NmSession();
-    NmSession(const NmSession&) = delete;
-    NmSession& operator=(const NmSession&) = delete;
+    virtual ~NmSession() = default;
+
+    // Waits at most nWaitMs for NetworkManager's first state (or for the news that it cannot be
+    // had); true once it is in.
+    virtual bool AwaitReady(int nWaitMs) = 0;
 
     // True while the configured connection is activated.
-    bool IsActive() const;
+    virtual bool IsActive() const = 0;
     // True while NetworkManager reports the machine connected (local, site or global), and also
     // when NetworkManager is not there at all: then the machine's network is managed otherwise.
-    bool IsOnline() const;
+    virtual bool IsOnline() const = 0;
 
     // Activates the configured connection (or waits for an activation already under way) and
     // waits until it is activated.
-    Outcome Activate(int nWaitMs);
+    virtual Outcome Activate(int nWaitMs) = 0;
     // Deactivates it and waits until it is down; done at once when it is not active.
-    Outcome Deactivate(int nWaitMs);
-
-private:
-    struct Loop;
-    std::unique_ptr<Loop> m_pLoop;
+    virtual Outcome Deactivate(int nWaitMs) = 0;
 };
+
+// The module's entry point: a session for the connection named by its id or UUID (empty for none)
+// on the system bus the environment names (DBUS_SYSTEM_BUS_ADDRESS), else the standard one. It
+// starts at once and does not wait for NetworkManager.
+using OpenNmSessionFn = NmSession* (*)(const char* pszConnection);
+inline constexpr char kOpenNmSession[] = "DlgConnectOpenNmSession";
+inline constexpr char kNmModule[] = "libdlgconnect-nm.so";
 
 }  // namespace dlgconnect

@@ -13,6 +13,7 @@ foreach(path
     lib/vantrel/libvantrel-qt.so
     lib/vantrel/libvantrel-http.so
     lib/vantrel/libdlgconnect.so
+    lib/vantrel/libdlgconnect-nm.so
     share/applications/vantrel.desktop
     share/icons/hicolor/scalable/apps/vantrel.svg
     share/icons/hicolor/48x48/apps/vantrel.png)
