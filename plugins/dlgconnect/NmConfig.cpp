@@ -1,10 +1,9 @@
 #include "NmConfig.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 
 namespace dlgconnect {
 
@@ -26,22 +25,27 @@ std::string ExecutableFolder() {
     return nSlash == std::string::npos ? std::string() : strPath.substr(0, nSlash);
 }
 
+// Plain reads rather than a file stream: the library is loaded at every start of the program, and
+// a stream would set up the C++ locale machinery for this one small file.
 bool ReadFile(const std::string& strPath, std::string& strText) {
-    std::ifstream in(strPath);
-    if (!in) return false;
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    strText = buffer.str();
-    return true;
+    const int fd = ::open(strPath.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    char buffer[4096];
+    ssize_t n;
+    while ((n = ::read(fd, buffer, sizeof buffer)) > 0) strText.append(buffer, static_cast<std::size_t>(n));
+    ::close(fd);
+    return n == 0;
 }
 
 }  // namespace
 
 void NmConfig::Parse(const std::string& strText) {
-    std::istringstream in(strText);
-    std::string strLine;
-    while (std::getline(in, strLine)) {
-        strLine = Trim(strLine);
+    std::size_t nStart = 0;
+    while (nStart < strText.size()) {
+        std::size_t nEnd = strText.find('\n', nStart);
+        if (nEnd == std::string::npos) nEnd = strText.size();
+        const std::string strLine = Trim(strText.substr(nStart, nEnd - nStart));
+        nStart = nEnd + 1;
         if (strLine.empty() || strLine[0] == '#') continue;
         const std::size_t nEquals = strLine.find('=');
         if (nEquals == std::string::npos) continue;
