@@ -21,7 +21,7 @@ namespace vantrel {
 
 namespace {
 
-int Expand(const CommandLine& line, std::ostream& out, std::ostream& err) {
+int Expand(const CommandLine& line, TextOut& out, TextOut& err) {
     Location location;
     if (!location.SetFromText(line.strPosition)) {
         err << "vantrel: '" << Utf16ToUtf8(line.strPosition)
@@ -40,7 +40,7 @@ int Expand(const CommandLine& line, std::ostream& out, std::ostream& err) {
 
 // Loads the settings as the program would start with them (--settings, else default.ini in the
 // program folder, else the defaults) and writes them to the file named.
-int SaveSettings(const CommandLine& line, std::ostream& err) {
+int SaveSettings(const CommandLine& line, TextOut& err) {
     const std::unique_ptr<FileSystem> pFiles = CreateFileSystem();
     const std::unique_ptr<SystemInfo> pSystem = CreateSystemInfo();
     const std::u16string strFolder = ProgramFolder(*pSystem, *pFiles);
@@ -59,7 +59,7 @@ int SaveSettings(const CommandLine& line, std::ostream& err) {
 
 }  // namespace
 
-int RunCommand(const CommandLine& line, std::ostream& out, std::ostream& err) {
+int RunCommand(const CommandLine& line, TextOut& out, TextOut& err) {
     const std::unique_ptr<TextCodec> pCodec = CreateAnsiCodec();
     SetAnsiCodePage(pCodec.get());
     int nStatus = kExitOk;

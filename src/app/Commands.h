@@ -1,5 +1,5 @@
 #pragma once
-#include <ostream>
+#include "port/TextOut.h"
 
 namespace vantrel {
 
@@ -11,6 +11,6 @@ constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
 // Runs a command, the windowless program or the window; writes results to out and messages to err.
-int RunCommand(const CommandLine& line, std::ostream& out, std::ostream& err);
+int RunCommand(const CommandLine& line, TextOut& out, TextOut& err);
 
 }  // namespace vantrel

@@ -5,7 +5,7 @@
 namespace vantrel {
 
 LazyHttpTransport::LazyHttpTransport(LibraryLoader& libraries, std::u16string strProgramFolder, TextCodec& codePage,
-                                     std::ostream& err)
+                                     TextOut& err)
     : m_libraries(libraries), m_strProgramFolder(std::move(strProgramFolder)), m_codePage(codePage), m_err(err) {}
 
 // The library stays loaded: a worker abandoned on a time-out may still be inside it.

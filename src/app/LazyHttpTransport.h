@@ -1,10 +1,10 @@
 #pragma once
 #include <memory>
-#include <ostream>
 #include <string>
 
 #include "port/HttpTransport.h"
 #include "port/LibraryLoader.h"
+#include "port/TextOut.h"
 
 namespace vantrel {
 
@@ -20,7 +20,7 @@ public:
     static constexpr std::uint32_t kNoStack = 2;
 
     LazyHttpTransport(LibraryLoader& libraries, std::u16string strProgramFolder, TextCodec& codePage,
-                      std::ostream& err);
+                      TextOut& err);
     ~LazyHttpTransport() override;
 
     std::unique_ptr<HttpSession> OpenSession(const HttpSessionOptions& options, std::uint32_t& nError) override;
@@ -33,7 +33,7 @@ private:
     LibraryLoader& m_libraries;
     std::u16string m_strProgramFolder;
     TextCodec& m_codePage;
-    std::ostream& m_err;
+    TextOut& m_err;
     std::unique_ptr<HttpTransport> m_pStack;
     bool m_bTried = false;
 };

@@ -36,7 +36,7 @@ std::unique_ptr<TextCodec> InstallCodec() {
 
 }  // namespace
 
-PlatformServices::PlatformServices(const CommandLine& line, std::ostream& messageSink)
+PlatformServices::PlatformServices(const CommandLine& line, TextOut& messageSink)
     : pClock(CreateSystemClock()),
       pFiles(CreateFileSystem()),
       pSystem(CreateSystemInfo()),

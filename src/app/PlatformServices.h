@@ -1,6 +1,5 @@
 #pragma once
 #include <memory>
-#include <ostream>
 #include <string>
 
 #include "acquire/EmulatedModule.h"
@@ -13,6 +12,7 @@
 #include "platform/headless/HeadlessUiThread.h"
 #include "platform/headless/MemoryDialogHost.h"
 #include "port/FileDialogs.h"
+#include "port/TextOut.h"
 
 namespace vantrel {
 
@@ -67,7 +67,7 @@ private:
 // window module is attached; the toolkit is loaded only for the window or a copy.
 struct PlatformServices {
     // messageSink receives the console's message boxes (standard error).
-    PlatformServices(const CommandLine& line, std::ostream& messageSink);
+    PlatformServices(const CommandLine& line, TextOut& messageSink);
     ~PlatformServices();
     PlatformServices(const PlatformServices&) = delete;
     PlatformServices& operator=(const PlatformServices&) = delete;

@@ -47,7 +47,7 @@ MainWindowSpec WindowSpec() {
 
 }  // namespace
 
-WindowApp::WindowApp(const CommandLine& line, std::ostream& err, WindowModule* pModule)
+WindowApp::WindowApp(const CommandLine& line, TextOut& err, WindowModule* pModule)
     : m_line(line), m_err(err), m_pModule(pModule) {}
 
 // The form goes before the window that hosts its controls, and both before the module's UI.

@@ -1,9 +1,9 @@
 #pragma once
 #include <cstdint>
 #include <memory>
-#include <ostream>
 
 #include "app/CommandLine.h"
+#include "port/TextOut.h"
 
 namespace vantrel {
 
@@ -26,7 +26,7 @@ public:
     static constexpr std::uint32_t kCloseRetryMs = 200;
 
     // pModule stands in for the window module library (tests); null loads the library.
-    WindowApp(const CommandLine& line, std::ostream& err, WindowModule* pModule = nullptr);
+    WindowApp(const CommandLine& line, TextOut& err, WindowModule* pModule = nullptr);
     ~WindowApp();
 
     // The exit status: 0 after the window closed or another instance was asked to show its own,
@@ -44,7 +44,7 @@ private:
     void RequestClose();
 
     const CommandLine& m_line;
-    std::ostream& m_err;
+    TextOut& m_err;
     WindowModule* m_pModule;
     std::unique_ptr<PlatformServices> m_pPlatform;
     std::unique_ptr<InstanceGuard> m_pInstance;

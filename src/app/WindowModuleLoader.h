@@ -1,10 +1,10 @@
 #pragma once
 #include <memory>
-#include <ostream>
 #include <string>
 
 #include "port/Clipboard.h"
 #include "port/LibraryLoader.h"
+#include "port/TextOut.h"
 
 namespace vantrel {
 
@@ -39,12 +39,12 @@ private:
 // loads no toolkit unless it copies. Why a copy failed goes to err.
 class ModuleClipboard final : public Clipboard {
 public:
-    ModuleClipboard(WindowModuleLoader& loader, std::ostream& err) : m_loader(loader), m_err(err) {}
+    ModuleClipboard(WindowModuleLoader& loader, TextOut& err) : m_loader(loader), m_err(err) {}
     bool SetUnicodeText(const std::u16string& strText) override;
 
 private:
     WindowModuleLoader& m_loader;
-    std::ostream& m_err;
+    TextOut& m_err;
 };
 
 }  // namespace vantrel

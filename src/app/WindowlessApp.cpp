@@ -32,7 +32,7 @@ int CommandId(const std::u16string& strCommand) {
 
 }  // namespace
 
-WindowlessApp::WindowlessApp(const CommandLine& line, std::ostream& out, std::ostream& err)
+WindowlessApp::WindowlessApp(const CommandLine& line, TextOut& out, TextOut& err)
     : m_line(line), m_out(out), m_err(err) {}
 
 WindowlessApp::~WindowlessApp() {
@@ -63,7 +63,10 @@ int WindowlessApp::Start() {
     m_pMainHost = std::make_unique<MemoryDialogHost>(services.ui);
     m_pForm = std::make_unique<MainForm>(services.MakeFormServices(),
                                          PlatformSettingsProfile(services.strProgramFolder), *m_pMainHost);
-    m_pForm->SetResultObserver([this](const std::u16string& strText) { m_out << Utf16ToUtf8(strText) << std::flush; });
+    m_pForm->SetResultObserver([this](const std::u16string& strText) {
+        m_out << Utf16ToUtf8(strText);
+        m_out.Flush();
+    });
     m_pForm->GetReporter().SetProgressEcho(
         [this](const std::u16string& strCaption, const std::u16string& strText) { EchoMessage(strCaption, strText); });
     m_pForm->SetCloseHandler([this] { platform().ui.Quit(kExitOk); });
@@ -79,8 +82,9 @@ int WindowlessApp::Start() {
 
 // Progress records follow the message boxes: printed unless messages are off (NOMSG).
 void WindowlessApp::EchoMessage(const std::u16string& strCaption, const std::u16string& strText) {
-    if (platform().messages.Flags() & MessageFacility::kShowBoxes)
-        m_err << '<' << Utf16ToUtf8(strCaption) << ">:" << Utf16ToUtf8(strText) << std::endl;
+    if (!(platform().messages.Flags() & MessageFacility::kShowBoxes)) return;
+    m_err << '<' << Utf16ToUtf8(strCaption) << ">:" << Utf16ToUtf8(strText) << '\n';
+    m_err.Flush();
 }
 
 int WindowlessApp::UsePositionOption() {
@@ -146,7 +150,7 @@ void WindowlessApp::OnWatchdog() {
     }
     m_nSilentMs += kWatchdogPeriodMs;
     if (m_nSilentMs < kSilentLimitMs) return;
-    m_err << "vantrel: no answer from the module for " << kSilentLimitMs / 1000 << " s; cancelling\n";
+    m_err << "vantrel: no answer from the module for " << std::to_string(kSilentLimitMs / 1000) << " s; cancelling\n";
     m_nSilentMs = 0;
     pDialog->SendCommand(IDC_CANCEL);
 }

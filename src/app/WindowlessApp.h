@@ -1,9 +1,9 @@
 #pragma once
 #include <cstdint>
 #include <memory>
-#include <ostream>
 
 #include "app/CommandLine.h"
+#include "port/TextOut.h"
 
 namespace vantrel {
 
@@ -19,7 +19,7 @@ class WindowlessApp {
 public:
     static constexpr std::uint32_t kSilentLimitMs = 60000;
 
-    WindowlessApp(const CommandLine& line, std::ostream& out, std::ostream& err);
+    WindowlessApp(const CommandLine& line, TextOut& out, TextOut& err);
     ~WindowlessApp();
 
     // The exit status: 0 when the command did its work, 1 when it failed.
@@ -37,8 +37,8 @@ private:
     PlatformServices& platform();
 
     const CommandLine& m_line;
-    std::ostream& m_out;
-    std::ostream& m_err;
+    TextOut& m_out;
+    TextOut& m_err;
     std::unique_ptr<PlatformServices> m_pPlatform;
     std::unique_ptr<MemoryDialogHost> m_pMainHost;
     std::unique_ptr<MainForm> m_pForm;

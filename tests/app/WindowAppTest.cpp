@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <sstream>
 
 #include "app/CommandLine.h"
 #include "app/MainForm.h"
@@ -158,7 +157,7 @@ protected:
 
     test::TempDir m_home;
     CommandLine m_line;
-    std::ostringstream m_err;
+    StringTextOut m_err;
     FakeWindowModule m_module;
     std::unique_ptr<WindowApp> m_pApp;
 };

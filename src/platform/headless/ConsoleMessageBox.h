@@ -1,5 +1,5 @@
 #pragma once
-#include <ostream>
+#include "port/TextOut.h"
 
 #include "port/MessageBoxHost.h"
 
@@ -10,12 +10,12 @@ namespace vantrel {
 // operation (Yes for a choice, OK otherwise).
 class ConsoleMessageBox final : public MessageBoxHost {
 public:
-    explicit ConsoleMessageBox(std::ostream& out) : m_out(out) {}
+    explicit ConsoleMessageBox(TextOut& out) : m_out(out) {}
     int Show(WindowHandle hOwner, const std::u16string& strText, const std::u16string& strCaption,
              std::uint32_t nFlags) override;
 
 private:
-    std::ostream& m_out;
+    TextOut& m_out;
 };
 
 }  // namespace vantrel
