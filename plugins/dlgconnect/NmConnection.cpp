@@ -13,15 +13,19 @@ namespace {
 // NetworkManager normally answers within milliseconds; an answer that finds it slower goes on and
 // picks its state up from the signals once it comes.
 constexpr int kReadyWaitMs = 2000;
+// A configured connection's state is fetched once the program's start is over, well before the
+// connect button first asks (a second after the start); a short command that asks nothing ends
+// before and never loads NetworkManager's client.
+constexpr int kWarmUpDelayMs = 500;
 constexpr int kDownWaitMs = 10000;
 
 // The data line as one NetworkManager connection, chosen by the configuration (NmConfig.h).
 class NmConnection final : public vantrel::DlgConnect {
 public:
-    // A configured connection is asked after from the start (the connect button follows it), so its
-    // state is fetched at once, in the background; otherwise only IsConnected needs NetworkManager.
+    // The connect button follows a configured connection, so its state is fetched in the
+    // background; otherwise only IsConnected needs NetworkManager, and asks for it itself.
     explicit NmConnection(NmConfig config) : m_config(std::move(config)), m_line(m_config.strConnection, kReadyWaitMs) {
-        if (!m_config.strConnection.empty()) m_line.Start();
+        if (!m_config.strConnection.empty()) m_line.Start(kWarmUpDelayMs);
     }
     ~NmConnection() = default;
 

@@ -56,25 +56,47 @@ NmLine::NmLine(std::string strConnection, int nReadyWaitMs)
     : m_strConnection(std::move(strConnection)), m_nReadyWaitMs(nReadyWaitMs), m_strUnreachable(MissingBus()) {}
 
 NmLine::~NmLine() {
+    {
+        std::lock_guard lock(m_mutex);
+        m_bClosing = true;
+    }
+    m_cv.notify_all();
     // A load under way cannot be called off; it is short.
     if (m_loader.joinable()) m_loader.join();
 }
 
-void NmLine::Start() {
+void NmLine::Start(int nDelayMs) {
     std::lock_guard lock(m_mutex);
-    StartLocked();
+    StartLocked(nDelayMs);
 }
 
-void NmLine::StartLocked() {
+void NmLine::StartLocked(int nDelayMs) {
     if (m_bStarted || !m_strUnreachable.empty()) return;
     m_bStarted = true;
-    m_readyBy = std::chrono::steady_clock::now() + std::chrono::milliseconds(m_nReadyWaitMs);
     // The program's signals are for the program's threads.
     sigset_t all, previous;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &previous);
-    m_loader = std::thread([this] { Load(); });
+    m_loader = std::thread([this, nDelayMs] { Run(nDelayMs); });
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+}
+
+// Marks the client wanted now; the answers wait for its first state until m_readyBy.
+void NmLine::WantLocked() {
+    if (m_bWanted) return;
+    m_bWanted = true;
+    m_readyBy = std::chrono::steady_clock::now() + std::chrono::milliseconds(m_nReadyWaitMs);
+    m_cv.notify_all();
+}
+
+void NmLine::Run(int nDelayMs) {
+    {
+        std::unique_lock lock(m_mutex);
+        m_cv.wait_for(lock, std::chrono::milliseconds(nDelayMs), [this] { return m_bWanted || m_bClosing; });
+        if (m_bClosing) return;
+        WantLocked();
+    }
+    Load();
 }
 
 // The module stays loaded once it is: libnm registers types with GLib that cannot go again.
@@ -94,16 +116,17 @@ void NmLine::Load() {
     m_pSession = std::move(pSession);
     if (!m_pSession) m_strUnreachable = "NetworkManager's client did not load: " + strError;
     m_bLoaded = true;
-    m_cvLoaded.notify_all();
+    m_cv.notify_all();
 }
 
-// The session once its first state is in; waits for that only until the start's deadline, so
-// after it the answers never wait. Null while there is none (see m_strUnreachable).
+// The session once its first state is in; waits for that only until the deadline, so after it
+// the answers never wait. Null while there is none (see m_strUnreachable).
 NmSession* NmLine::Session() {
     std::unique_lock lock(m_mutex);
-    StartLocked();
+    StartLocked(0);
     if (!m_bSettled && m_bStarted) {
-        m_cvLoaded.wait_until(lock, m_readyBy, [this] { return m_bLoaded; });
+        WantLocked();
+        m_cv.wait_until(lock, m_readyBy, [this] { return m_bLoaded; });
         if (NmSession* pSession = m_pSession.get()) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_readyBy -
                                                                                     std::chrono::steady_clock::now());
