@@ -46,6 +46,8 @@ TEST(LibraryLoading, WindowlessCommandsLoadNoToolkit) {
     home.GetSettings().SetBool(BoolKey::NoMsg, true);
     home.Save();
     home.SetEnvironment("LD_DEBUG", "files");
+    // Without a system bus the data-line library must not load NetworkManager's client either.
+    home.SetEnvironment("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + home.File("no-bus"));
     // Legend: arguments, whether the run talks HTTP (and loads the HTTP library then only).
     const struct {
         std::vector<std::string> args;
@@ -64,6 +66,7 @@ TEST(LibraryLoading, WindowlessCommandsLoadNoToolkit) {
         ASSERT_TRUE(Has(run.strErr, "libc.so")) << "no loader report";
         EXPECT_FALSE(Has(run.strErr, "libQt")) << run.strErr;
         EXPECT_FALSE(Has(run.strErr, "libvantrel-qt")) << run.strErr;
+        EXPECT_FALSE(Has(run.strErr, "libnm")) << run.strErr;
         EXPECT_EQ(Has(run.strErr, "libvantrel-http.so"), c.bHttp);
         EXPECT_EQ(Has(run.strErr, "libcurl"), c.bHttp);
     }
