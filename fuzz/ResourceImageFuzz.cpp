@@ -1,6 +1,9 @@
-// A compiled resource image (.res): the entry walk, the string table's blocks of sixteen and the
-// dialog templates it holds, built into in-memory controls as the windowless program builds them.
+// A compiled resource image (.res): the entry walk, the string table's blocks of sixteen, the
+// dialog templates built into in-memory controls as the windowless program builds them, and the
+// menus, accelerator tables and icon groups the window reads.
 #include "app/DialogTemplate.h"
+#include "app/IconResource.h"
+#include "app/MenuResource.h"
 #include "platform/headless/HeadlessUiThread.h"
 #include "platform/headless/MemoryDialogHost.h"
 #include "settings/ResourceModule.h"
@@ -23,9 +26,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     fuzz::FixedClock clock;
     HeadlessUiThread ui(clock);
     for (std::uint16_t nId = 0; nId < 300; ++nId) {
-        if (module.Find(rt::kDialog, nId).empty()) continue;
-        MemoryDialogHost host(ui);
-        CreateControls(module, nId, host);
+        if (!module.Find(rt::kDialog, nId).empty()) {
+            MemoryDialogHost host(ui);
+            CreateControls(module, nId, host);
+        }
+        LoadMenu(module, nId);
+        LoadShortcuts(module, nId);
+        LoadIcon(module, nId);
     }
     return 0;
 }
