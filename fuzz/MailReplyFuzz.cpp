@@ -1,12 +1,15 @@
 // The SMTP and POP3 servers' replies, read through the sockets seam. The first byte picks the
 // dialogue and how the bytes arrive: "S"/"P" (SMTP/POP3) one line per receive, "s"/"p" as much
 // as each receive asks for. The rest is everything the server sends; after it the server is
-// silent, which the client sees as a wait that ran out.
+// silent, which the client sees as a wait that ran out. With "B" the rest is instead the mail body
+// (UTF-8), sent to a server that accepts everything: whatever the body holds, the DATA must end
+// only where the client ends it.
 #include <algorithm>
 
 #include "deliver/MailClient.h"
 #include "deliver/MailErrorText.h"
 #include "settings/ResourceModule.h"
+#include "settings/TextUtil.h"
 #include "support/FuzzSupport.h"
 
 using namespace vantrel;
@@ -55,11 +58,38 @@ private:
     std::string m_strSent;
 };
 
+// What aiosmtpd answered on loopback to the client's dialogue.
+constexpr std::string_view kAcceptingServer =
+    "220 localhost Python SMTP 1.4.3\r\n250-localhost\r\n250-8BITMIME\r\n250 HELP\r\n250 OK\r\n250 OK\r\n"
+    "250 OK\r\n354 End data with <CR><LF>.<CR><LF>\r\n250 OK\r\n221 Bye\r\n";
+
+// The body a server reads: a line holding only "." ends the DATA, whether the server takes CR LF
+// or a lone LF as the line end. The client's own end, ".\r\n" before QUIT, must be the first.
+void CheckDataEndsOnlyAtItsEnd(const std::string& strSent) {
+    constexpr std::string_view kEnd = "\r\n.\r\nQUIT\r\n";
+    const std::size_t nData = strSent.find("DATA\r\n");
+    FUZZ_CHECK(nData != std::string::npos && strSent.ends_with(kEnd));
+    const std::size_t nEnd = strSent.size() - kEnd.size();
+    FUZZ_CHECK(strSent.find("\r\n.\r\n", nData) == nEnd);
+    FUZZ_CHECK(strSent.find("\n.\n", nData) == std::string::npos);
+}
+
+int SendBody(std::string_view body) {
+    ScriptedServer server(kAcceptingServer, true);
+    fuzz::FixedClock clock;
+    MailClient client(server, clock, 1000);
+    FUZZ_CHECK(client.SendMail(u"127.0.0.1", kSmtpPort, u"from@example.com", u"<to@example.com>", u"位置",
+                               Utf8ToUtf16(body)) == mailerr::kNone);
+    CheckDataEndsOnlyAtItsEnd(server.Sent());
+    return 0;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize) {
     if (nSize == 0) return 0;
     const char cMode = static_cast<char>(pData[0]);
+    if (cMode == 'B') return SendBody(fuzz::Bytes(pData + 1, nSize - 1));
     ScriptedServer server(fuzz::Bytes(pData + 1, nSize - 1), cMode == 'S' || cMode == 'P');
     fuzz::FixedClock clock;
     MailClient client(server, clock, 1000);
