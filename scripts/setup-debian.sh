@@ -14,6 +14,7 @@ packages=(
   libcpp-httplib-dev python3 python3-aiosmtpd
   xdg-utils
   xvfb at-spi2-core python3-gi gir1.2-atspi-2.0 xdotool imagemagick x11-utils trayer
+  clang-14 libclang-rt-14-dev llvm-14
 )
 
 missing=()

@@ -14,6 +14,10 @@ struct Directive {
     char cType = 0;
 };
 
+// Widths and precisions beyond this are refused: padding to billions of characters would exhaust
+// memory, and a width of INT_MIN from an argument has no positive counterpart to align left with.
+constexpr int kMaxNumber = 100000;
+
 bool IsFlag(char16_t c) { return c == u'-' || c == u'+' || c == u' ' || c == u'#' || c == u'0'; }
 
 class Formatter {
@@ -42,12 +46,12 @@ private:
             const FormatArg* pArg = NextArg();
             if (!pArg || pArg->GetKind() != FormatArg::Kind::Integer) return false;
             nValue = static_cast<std::int32_t>(pArg->Bits());
-            return true;
+            return nValue >= -kMaxNumber && nValue <= kMaxNumber;
         }
         nValue = 0;
         while (m_nPos < m_strFormat.size() && m_strFormat[m_nPos] >= u'0' && m_strFormat[m_nPos] <= u'9') {
             nValue = nValue * 10 + (m_strFormat[m_nPos++] - u'0');
-            if (nValue > 100000) return false;
+            if (nValue > kMaxNumber) return false;
         }
         return true;
     }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <climits>
+
 #include "settings/Format.h"
 
 namespace vantrel {
@@ -41,13 +43,16 @@ TEST(FormatText, ConversionsTheProgramUses) {
 }
 
 TEST(FormatText, ArgumentThatDoesNotFitIsRefused) {
-    // Legend: each format meets an argument of the wrong kind, or none at all.
+    // Legend: each format meets an argument of the wrong kind, none at all, or a width from an
+    // argument that no text could be padded to.
     EXPECT_EQ(FormatText(u"%d", u"12"), u"");
     EXPECT_EQ(FormatText(u"%s", 12), u"");
     EXPECT_EQ(FormatText(u"%f", 12), u"");
     EXPECT_EQ(FormatText(u"%d %d", 1), u"");
     EXPECT_EQ(FormatText(u"%q", 1), u"");
     EXPECT_EQ(FormatText(u"trailing %"), u"");
+    EXPECT_EQ(FormatText(u"[%*s]", INT_MIN, u"x"), u"");
+    EXPECT_EQ(FormatText(u"[%*s]", INT_MAX, u"x"), u"");
 }
 
 TEST(FormatInto, KeepsWhatWasFormattedBeforeTheFault) {
