@@ -1,3 +1,7 @@
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -120,6 +124,28 @@ TEST_P(ReadDelay, DecidesWhetherACutAnswerArrivesInOneChunk) {
 INSTANTIATE_TEST_SUITE_P(Serial, ReadDelay,
                          testing::Values(DelayCase{300, 5, 10, true}, DelayCase{1000, 3, 20, true},
                                          DelayCase{0, 5, 40, false}));
+
+// What the kernel keeps of the line state, read back through the far end of a pseudo-terminal:
+// 9600 baud, 8 data bits, no parity, one stop bit, CTS output flow, no XON/XOFF, raw, and reads
+// that return at once with what is buffered.
+TEST_F(SerialPortOverPty, TheKernelHoldsTheLineSettings) {
+    const int nMaster = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(nMaster, 0);
+    ASSERT_EQ(::grantpt(nMaster) | ::unlockpt(nMaster), 0);
+    ASSERT_TRUE(OpenOn(::ptsname(nMaster)));
+    termios tio{};
+    ASSERT_EQ(::tcgetattr(nMaster, &tio), 0);
+    EXPECT_EQ(::cfgetospeed(&tio), B9600);
+    EXPECT_EQ(::cfgetispeed(&tio), B9600);
+    EXPECT_EQ(tio.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS | CREAD | CLOCAL), CS8 | CRTSCTS | CREAD | CLOCAL);
+    EXPECT_EQ(tio.c_iflag & (IXON | IXOFF | IXANY | ICRNL | INLCR), 0u);
+    EXPECT_EQ(tio.c_lflag & (ICANON | ECHO | ISIG), 0u);
+    EXPECT_EQ(tio.c_oflag & OPOST, 0u);
+    EXPECT_EQ(tio.c_cc[VMIN], 0);
+    EXPECT_EQ(tio.c_cc[VTIME], 0);
+    EXPECT_TRUE(m_port.closePort());
+    ::close(nMaster);
+}
 
 TEST_F(SerialPortOverPty, ZeroLengthWriteFailsWithoutWriting) {
     auto pTerminal = CreatePseudoTerminal();

@@ -22,6 +22,7 @@
 #include "port/ThreadPriority.h"
 #include "settings/ResourceModule.h"
 #include "settings/TextUtil.h"
+#include "support/ManualClock.h"
 #include "support/RecordingMessageBox.h"
 #include "support/TempDir.h"
 
@@ -90,8 +91,9 @@ inline std::string Answer(const std::string& strCommand, const std::string& strB
     return strCommand + "\r\n" + strBody + "OK\r\n";
 }
 
-// The real channel stack for one device path: system clock, message facility with recorded boxes
-// and a message log in a temporary folder, "COM1:" resolved to the device.
+// The real channel stack for one device path: a fast clock for the channel (unless another is
+// given), message facility with recorded boxes and a message log in a temporary folder, "COM1:"
+// resolved to the device.
 class SerialRig {
 public:
     explicit SerialRig(const std::string& strDevice, Clock* pSerialClock = nullptr)
@@ -101,7 +103,7 @@ public:
           m_pPriority(CreateThreadPriority()),
           m_messages(*m_pClock, *m_pFiles, m_boxes, ResourceModule::Program()),
           m_resolver(Utf8ToUtf16(strDevice), *m_pSystem),
-          m_context{pSerialClock ? *pSerialClock : *m_pClock, m_messages, *m_pPriority,
+          m_context{pSerialClock ? *pSerialClock : m_fastClock, m_messages, *m_pPriority,
                     [] { return CreateSerialDevice(); }, &m_resolver} {
         m_messages.SetLogFolder(m_logDir.WidePath());
         m_messages.SetFlags(MessageFacility::kShowBoxes | MessageFacility::kLogToFile);
@@ -121,6 +123,7 @@ public:
 
 private:
     std::unique_ptr<Clock> m_pClock;
+    test::FastClock m_fastClock;
     std::unique_ptr<FileSystem> m_pFiles;
     std::unique_ptr<SystemInfo> m_pSystem;
     std::unique_ptr<ThreadPriority> m_pPriority;

@@ -39,8 +39,8 @@
 namespace vantrel::test {
 
 // The main form as the program builds it, over real parts wherever they can run in a test: the
-// emulated module on a real pseudo-terminal behind the real serial channel (on the system clock,
-// whose reader really sleeps), the real message facility writing its log into a temporary program
+// emulated module on a real pseudo-terminal behind the real serial channel (on a fast clock, whose
+// reader really sleeps a tenth of each wait), the real message facility writing its log into a temporary program
 // folder, curl and sockets for HTTP and mail. The form and its UI loop run on a manual clock, so
 // timers fire only when the test moves time. Hand-offs, windows, the clipboard and the data-line
 // library are fakes that record what they were asked.
@@ -191,7 +191,8 @@ public:
     EmulatedModule m_module;
     bool m_bModule = false;
     PortResolver m_resolver{PortResolver::kSimulated, *m_pSystem};
-    SerialContext m_serial{*m_pSystemClock, m_messages, *m_pPriority, [] { return CreateSerialDevice(); }, &m_resolver};
+    FastClock m_serialClock;
+    SerialContext m_serial{m_serialClock, m_messages, *m_pPriority, [] { return CreateSerialDevice(); }, &m_resolver};
     std::unique_ptr<HttpTransport> m_pHttp = CreateHttpTransport(m_dir.WidePath());
     std::unique_ptr<Sockets> m_pSockets = CreateSockets();
     std::vector<std::u16string> m_handOffs;  // browser and map starts, in order

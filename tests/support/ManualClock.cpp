@@ -1,5 +1,9 @@
 #include "support/ManualClock.h"
 
+#include <chrono>
+
+#include "port/Factories.h"
+
 namespace vantrel::test {
 
 namespace {
@@ -104,6 +108,25 @@ std::uint32_t ManualClock::TickCount() {
     return m_nTick;
 }
 
-void ManualClock::Sleep(std::uint32_t nMilliseconds) { Advance(nMilliseconds); }
+void ManualClock::Sleep(std::uint32_t nMilliseconds) {
+    if (const std::uint32_t nPace = m_nPace) std::this_thread::sleep_for(std::chrono::microseconds(1000ull * nMilliseconds / nPace));
+    Advance(nMilliseconds);
+    if (std::this_thread::get_id() != m_owner) m_nSleptElsewhere += nMilliseconds;
+}
+
+FastClock::FastClock() : m_pSystem(CreateSystemClock()) {}
+FastClock::~FastClock() = default;
+SystemTime FastClock::LocalTime() { return m_pSystem->LocalTime(); }
+SystemTime FastClock::UtcTime() { return m_pSystem->UtcTime(); }
+bool FastClock::TimeZoneBias(long& nBiasMinutes) { return m_pSystem->TimeZoneBias(nBiasMinutes); }
+
+std::uint32_t FastClock::TickCount() {
+    const auto since = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::microseconds>(since).count() / 100);
+}
+
+void FastClock::Sleep(std::uint32_t nMilliseconds) {
+    std::this_thread::sleep_for(std::chrono::microseconds(100ull * nMilliseconds));
+}
 
 }  // namespace vantrel::test
