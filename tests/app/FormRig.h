@@ -192,7 +192,13 @@ public:
     bool m_bModule = false;
     PortResolver m_resolver{PortResolver::kSimulated, *m_pSystem};
     FastClock m_serialClock;
-    SerialContext m_serial{m_serialClock, m_messages, *m_pPriority, [] { return CreateSerialDevice(); }, &m_resolver};
+    std::function<void()> m_onSerialOpen;  // runs before every attempt at opening the module's port
+    SerialContext m_serial{m_serialClock, m_messages, *m_pPriority,
+                           [this] {
+                               if (m_onSerialOpen) m_onSerialOpen();
+                               return CreateSerialDevice();
+                           },
+                           &m_resolver};
     std::unique_ptr<HttpTransport> m_pHttp = CreateHttpTransport(m_dir.WidePath());
     std::unique_ptr<Sockets> m_pSockets = CreateSockets();
     std::vector<std::u16string> m_handOffs;  // browser and map starts, in order
