@@ -234,15 +234,27 @@ TEST(MainFormStartup, SupExitBelongsToTheStartupRunOnly) {
     EXPECT_EQ(rig.m_nCloses, 0);
 }
 
-// A file that cannot be loaded leaves the defaults without applying them: no auto-send timer.
+// A file that cannot be loaded leaves the defaults without applying them: the message flags stay
+// as they were (applying the defaults would turn boxes on and the log off).
 TEST(MainFormStartup, UnreadableSettingsSkipApplySettings) {
     FormRig rig;  // no default.ini in the program folder
-    rig.m_messages.SetFlags(MessageFacility::kShowBoxes);
+    rig.m_messages.SetFlags(MessageFacility::kLogToFile);
     EXPECT_FALSE(rig.CreateOnly());
-    EXPECT_FALSE(rig.m_ui.HasTimer(timer::kAutoSend));
-    EXPECT_EQ(rig.m_messages.Flags(), MessageFacility::kShowBoxes) << "flags untouched";
+    EXPECT_EQ(rig.m_messages.Flags(), MessageFacility::kLogToFile) << "flags untouched";
     EXPECT_TRUE(rig.m_ui.HasTimer(timer::kConnectCaption));
     EXPECT_EQ(rig.m_libraries.m_nObjects, 1) << "the connection is made anyway";
+}
+
+// The menu's copy: the clipboard gets CLIPBOARDFORMAT filled from the position, and nothing
+// without a position.
+TEST(MainFormHandOffs, CopyPutsTheFilledFormatOnTheClipboard) {
+    FormRig rig;
+    ASSERT_TRUE(rig.Create([](Settings& settings) { settings.SetText(TextKey::ClipboardFormat, u"$nl,$el $pc"); }));
+    rig.Command(IDM_COPY);
+    EXPECT_EQ(rig.m_clipboard.m_nSets, 0);
+    ASSERT_TRUE(rig.Form().GetLocation().SetFromText(u"N35.39.29.157E139.44.58.500/7"));
+    rig.Command(IDM_COPY);
+    EXPECT_EQ(rig.m_clipboard.m_strText, u"35.39.29.157,139.44.58.500 7");
 }
 
 // EXITDISCONNECT, line up, Disconnect's answer -> the calls the library sees at exit.

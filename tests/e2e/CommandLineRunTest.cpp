@@ -146,6 +146,23 @@ TEST(CommandLineRun, SendUsesThePositionGivenOnTheCommandLine) {
     EXPECT_EQ(requests[0].strTarget, "/send?pos=N35.39.29.157E139.44.58.500");
 }
 
+// The menu's new-mail hand-off: recipient and subject as configured, the body filled from the
+// position, and no copies whatever CCSMTP and BCCSMTP say.
+TEST(CommandLineRun, NewMailHandsThePositionToTheMailProgram) {
+    ProgramHome home;
+    Settings& s = home.GetSettings();
+    s.SetText(TextKey::ToSmtp, u"you+$pc@example.jp");
+    s.SetText(TextKey::SubjectSmtp, u"位置 $nl");
+    s.SetText(TextKey::BodySmtp, u"N$nlE$el\r\n$pc");
+    s.SetText(TextKey::CcSmtp, u"cc@example.jp");
+    s.SetText(TextKey::BccSmtp, u"bcc@example.jp");
+    home.Save();
+    const ProgramRun run = RunVantrel(home, {"new-mail", "--position", "N35.39.29.157E139.44.58.500/7"});
+    EXPECT_EQ(run.nExit, 0) << run.strErr;
+    EXPECT_EQ(home.RecordedArgs("xdg-email"),
+              "--utf8\n--subject\n位置 $nl\n--body\nN35.39.29.157E139.44.58.500\r\n7\nyou+$pc@example.jp\n");
+}
+
 TEST(CommandLineRun, SendWithoutAPositionFails) {
     RecordingHttpServer server;
     ProgramHome home;
