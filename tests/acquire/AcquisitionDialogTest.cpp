@@ -7,7 +7,7 @@
 #include "platform/headless/MemoryDialogHost.h"
 #include "resource.h"
 #include "support/ManualClock.h"
-#include "WsimRig.h"
+#include "SerialRig.h"
 
 namespace vantrel {
 namespace {

@@ -3,13 +3,12 @@
 #include <cerrno>
 
 #include "support/ManualClock.h"
-#include "support/SerialFixture.h"
+#include "SerialRig.h"
 #include "support/TempDir.h"
 
 namespace vantrel {
 namespace {
 
-using test::SerialServices;
 
 // A device whose calls fail on demand; counts the opens and notes the configuration calls and what
 // they were given. It reports a line state and time-outs in which every field is the opposite of
@@ -77,7 +76,7 @@ protected:
     }
 
     test::ManualClock m_clock;
-    SerialServices m_services{&m_clock};
+    test::SerialRig m_services{"", &m_clock};
     Script m_script;
 };
 
@@ -89,9 +88,9 @@ TEST_F(SerialPortFailure, AnUnavailablePortCosts30AttemptsWith100MsPauses) {
     EXPECT_EQ(m_script.nOpens, 30);
     EXPECT_EQ(m_clock.TickCount() - nStart, 3000u);
     EXPECT_EQ(m_services.Texts(), std::vector<std::u16string>{u"CreateFile failed: COM1:(Error:" + test::ErrnoText(ENOENT) + u")"});
-    ASSERT_EQ(m_services.boxes.Boxes().size(), 1u);
-    EXPECT_EQ(m_services.boxes.Boxes()[0].strCaption, u"エラー");
-    EXPECT_EQ(m_services.boxes.Boxes()[0].nFlags, mb::kIconHand);
+    ASSERT_EQ(m_services.Boxes().Boxes().size(), 1u);
+    EXPECT_EQ(m_services.Boxes().Boxes()[0].strCaption, u"エラー");
+    EXPECT_EQ(m_services.Boxes().Boxes()[0].nFlags, mb::kIconHand);
     EXPECT_FALSE(port.IsOpen());
     EXPECT_FALSE(port.HoldsHandle());
 }
@@ -100,7 +99,7 @@ TEST_F(SerialPortFailure, AnUnavailablePortCosts30AttemptsWith100MsPauses) {
 // buffered and writes are bounded by 10 ms a byte plus a second. Closing lowers DTR first.
 TEST(SerialPortConfiguration, OpenAppliesTheLineStateAndCloseLowersDtr) {
     Script script;
-    SerialServices services;
+    test::SerialRig services;
     SerialPort port(services.Context([&script] { return std::make_unique<ScriptedDevice>(script); }));
     ASSERT_TRUE(port.Open(u"COM1:"));
     const CommTimeouts& t = script.timeouts;

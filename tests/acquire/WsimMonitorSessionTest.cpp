@@ -4,7 +4,7 @@
 
 #include "acquire/WsimMonitorSession.h"
 #include "acquire/WsimParsers.h"
-#include "WsimRig.h"
+#include "SerialRig.h"
 
 namespace vantrel {
 namespace {

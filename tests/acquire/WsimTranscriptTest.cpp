@@ -7,7 +7,7 @@
 #include "platform/headless/HeadlessUiThread.h"
 #include "support/ManualClock.h"
 #include "Transcript.h"
-#include "WsimRig.h"
+#include "SerialRig.h"
 
 namespace vantrel {
 namespace {
