@@ -50,7 +50,7 @@ public:
 
     explicit FormRig(EmulatorConfig config = EmulatorConfig())
         : m_module(CreatePseudoTerminal(), std::move(config)) {
-        m_bModule = m_module.Start();
+        m_module.Start();
         m_resolver.SetSimulatedDevice(Utf8ToUtf16(m_module.DevicePath()));
         m_launcher.m_onStart = [this](const std::u16string& strFile) {
             if (m_onHandOff) m_onHandOff(strFile);
@@ -89,7 +89,7 @@ public:
         Settings settings(m_profile, *m_pFiles);
         Baseline(settings);
         if (edit) edit(settings);
-        if (!settings.Save(SettingsPath())) return false;
+        if (!settings.Save(m_dir.WideFile("default.ini"))) return false;
         return CreateOnly(bStartupRun);
     }
     bool CreateOnly(bool bStartupRun = true) {
@@ -100,7 +100,6 @@ public:
 
     MainForm& Form() { return *m_pForm; }
     Settings& FormSettings() { return m_pForm->GetSettings(); }
-    std::u16string SettingsPath() const { return m_dir.WideFile("default.ini"); }
 
     // Moves the form's clock and runs whatever became due.
     void Tick(std::uint32_t nMilliseconds) {
@@ -189,7 +188,6 @@ public:
     MemoryDialogFactory m_dialogs{m_ui};
     MemoryDialogHost m_host{m_ui};
     EmulatedModule m_module;
-    bool m_bModule = false;
     PortResolver m_resolver{PortResolver::kSimulated, *m_pSystem};
     FastClock m_serialClock;
     std::function<void()> m_onSerialOpen;  // runs before every attempt at opening the module's port

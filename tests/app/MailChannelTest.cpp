@@ -61,13 +61,6 @@ std::vector<ScriptedMailPeer::Step> Pop(const char* pszPassReply) {
     return {ScriptedMailPeer::Reply("+OK\r\n"), ScriptedMailPeer::Reply(pszPassReply), ScriptedMailPeer::Reply("+OK bye\r\n")};
 }
 
-std::vector<ScriptedMailPeer::Step> GoodSmtp() {
-    return {ScriptedMailPeer::Reply("250 hello\r\n"),     ScriptedMailPeer::Reply("250 Reset\r\n"),
-            ScriptedMailPeer::Reply("250 Sender OK\r\n"), ScriptedMailPeer::Reply("250 Recipient OK\r\n"),
-            ScriptedMailPeer::Reply("354 go ahead\r\n"),  ScriptedMailPeer::AfterData("250 Queued\r\n"),
-            ScriptedMailPeer::Reply("221 Bye\r\n")};
-}
-
 // The mail lines of the message log, errors named by what failed.
 Lines MailLines(FormRig& rig) {
     Lines lines = rig.LogLinesStartingWith({"<確認>:メール", "<確認>:POP", "<エラー>:"});
@@ -110,7 +103,7 @@ TEST(MailChannel, PopBeforeSmtpAndAttempts) {
     for (const auto& c : cases) {
         std::unique_ptr<ScriptedMailPeer> pPop, pSmtp;
         if (c.pszPop) pPop = std::make_unique<ScriptedMailPeer>(std::vector<std::string>{"+OK ready\r\n"}, Pop(c.pszPop));
-        if (c.bSmtp) pSmtp = std::make_unique<ScriptedMailPeer>(std::vector<std::string>{"220 ready\r\n"}, GoodSmtp());
+        if (c.bSmtp) pSmtp = std::make_unique<ScriptedMailPeer>(std::vector<std::string>{"220 ready\r\n"}, test::GoodSmtpSteps());
         FormRig rig;
         Prepare(rig, [&](Settings& settings) {
             settings.SetBool(BoolKey::Pbs, pPop != nullptr);

@@ -48,16 +48,6 @@ private:
     test::LoopbackHttpServer m_server;
 };
 
-std::vector<ScriptedMailPeer::Step> GoodSmtpSteps() {
-    return {ScriptedMailPeer::Reply("250 hello\r\n"),
-            ScriptedMailPeer::Reply("250 Reset\r\n"),
-            ScriptedMailPeer::Reply("250 Sender OK\r\n"),
-            ScriptedMailPeer::Reply("250 Recipient OK\r\n"),
-            ScriptedMailPeer::Reply("354 go ahead\r\n"),
-            ScriptedMailPeer::AfterData("250 Queued\r\n"),
-            ScriptedMailPeer::Reply("221 Bye\r\n")};
-}
-
 void UseUrl(Settings& settings, const std::u16string& strUrl) {
     settings.UrlList().Clear();
     settings.UrlList().AddRow({u"target", strUrl, u"nl=$nl&el=$el"});
@@ -306,7 +296,7 @@ TEST(WorkflowChannels, ChannelsRunInOrderAndAFailureStopsOnlyItself) {
         std::unique_ptr<ScriptedMailPeer> pPeer;
         std::uint16_t nMailPort = test::UnusedLoopbackPort();
         if (c.bMailWorks) {
-            pPeer = std::make_unique<ScriptedMailPeer>(std::vector<std::string>{"220 ready\r\n"}, GoodSmtpSteps());
+            pPeer = std::make_unique<ScriptedMailPeer>(std::vector<std::string>{"220 ready\r\n"}, test::GoodSmtpSteps());
             nMailPort = pPeer->Port();
         }
         const std::u16string strUrl =
