@@ -499,7 +499,7 @@ TEST(WorkflowPostProcess, PositionLogHonoursItsLimit) {
         int nBefore;
         std::int32_t nLimit;
         int nAfter;
-    } cases[] = {{1, 0, 2}, {1, 110, 1}};
+    } cases[] = {{1, 0, 2}, {1, 110, 1}, {0, 1, 0}};
     for (const auto& c : cases) {
         FormRig rig;
         ASSERT_TRUE(rig.Create([&](Settings& settings) {
