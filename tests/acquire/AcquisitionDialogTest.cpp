@@ -124,6 +124,7 @@ TEST_F(AcquisitionTest, ReadingsRetriesAndTheTally) {
         m_nQueries = 0;
         const auto pModule = Module(c.readings);
         const bool bOk = !c.strResult.empty();
+        m_ui.Post([this] { m_pHost->SendCommand(1); });  // only Cancel ends the dialog early
         EXPECT_EQ(Run(c.nMode, c.nWanted, c.nRetryLimit), bOk ? AcquisitionDialog::kEndSuccess : AcquisitionDialog::kEndFailure);
         EXPECT_EQ(m_state.strResult, c.strResult);
         EXPECT_EQ(m_state.nRetries, c.nRetries);
