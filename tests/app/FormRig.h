@@ -89,7 +89,7 @@ public:
         Settings settings(m_profile, *m_pFiles);
         Baseline(settings);
         if (edit) edit(settings);
-        if (!settings.Save(m_dir.WideFile("default.ini"))) return false;
+        if (!settings.Save(SettingsPath())) return false;
         return CreateOnly(bStartupRun);
     }
     bool CreateOnly(bool bStartupRun = true) {
@@ -100,6 +100,7 @@ public:
 
     MainForm& Form() { return *m_pForm; }
     Settings& FormSettings() { return m_pForm->GetSettings(); }
+    std::u16string SettingsPath() const { return m_dir.WideFile("default.ini"); }
 
     // Moves the form's clock and runs whatever became due.
     void Tick(std::uint32_t nMilliseconds) {
