@@ -6,7 +6,6 @@
 #include "deliver/MessageFacility.h"
 #include "platform/headless/MemoryDialogHost.h"
 #include "port/Interrupts.h"
-#include "port/SystemInfo.h"
 #include "resource.h"
 #include "settings/SettingsProfile.h"
 #include "settings/TextUtil.h"
@@ -29,18 +28,6 @@ int CommandId(const std::u16string& strCommand) {
     if (strCommand == u"copy") return IDM_COPY;
     if (strCommand == u"new-mail") return IDM_NEWMAIL;
     return 0;
-}
-
-// A limit in milliseconds from the environment; nDefault when unset or not a positive number.
-std::uint32_t LimitFromEnvironment(SystemInfo& system, const char* pszName, std::uint32_t nDefault) {
-    std::u16string strValue;
-    if (!system.GetEnv(pszName, strValue) || strValue.empty() || strValue.size() > 9) return nDefault;
-    std::uint32_t nValue = 0;
-    for (char16_t c : strValue) {
-        if (c < u'0' || c > u'9') return nDefault;
-        nValue = nValue * 10 + static_cast<std::uint32_t>(c - u'0');
-    }
-    return nValue > 0 ? nValue : nDefault;
 }
 
 }  // namespace
@@ -83,11 +70,7 @@ int WindowlessApp::Start() {
     const bool bLoaded = m_pForm->OnCreate(m_line.strSettings, m_line.strCommand.empty());
     // After OnCreate, which loads the service URL of the string table.
     if (!m_line.strService.empty()) m_pForm->SetServiceUrl(m_line.strService);
-    m_nSilentLimitMs = LimitFromEnvironment(*services.pSystem, kSilentLimitVariable, kSilentLimitMs);
-    if (const std::uint32_t nHttpLimit = LimitFromEnvironment(*services.pSystem, kHttpLimitVariable, 0)) {
-        m_pForm->GetHttpClient().SetSessionTimeout(nHttpLimit);
-        m_pForm->GetHttpClient().SetWorkerLimits(nHttpLimit, HttpClient::kWorkerPoll);
-    }
+    m_nSilentLimitMs = services.LimitFromEnvironment("VANTREL_SILENT_LIMIT_MS", kSilentLimitMs);
     if (!bLoaded && !m_line.strSettings.empty()) {
         m_err << "vantrel: cannot read the settings file '" << Utf16ToUtf8(m_line.strSettings) << "'\n";
         return kExitFailed;

@@ -15,14 +15,10 @@ struct PlatformServices;
 // command line or by the windowless run (start-up run and auto-send until interrupted). Results go
 // to out, messages to err as "<caption>:text". Nobody is there to press Cancel: an interrupt, or an
 // acquisition that shows no progress for kSilentLimitMs, cancels the progress dialog.
-//
-// Tests shorten the program's own long waits through the environment: VANTREL_SILENT_LIMIT_MS for
-// that minute, VANTREL_HTTP_LIMIT_MS for the 30 s of an HTTP request.
+// A test run shortens that minute through VANTREL_SILENT_LIMIT_MS.
 class WindowlessApp {
 public:
     static constexpr std::uint32_t kSilentLimitMs = 60000;
-    static constexpr char kSilentLimitVariable[] = "VANTREL_SILENT_LIMIT_MS";
-    static constexpr char kHttpLimitVariable[] = "VANTREL_HTTP_LIMIT_MS";
 
     WindowlessApp(const CommandLine& line, std::ostream& out, std::ostream& err);
     ~WindowlessApp();
