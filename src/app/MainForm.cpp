@@ -52,6 +52,8 @@ MainForm::MainForm(const FormServices& services, const SettingsProfile& profile,
       m_wsim(services.serial),
       m_monitor(services.serial),
       m_waitGuard(services.clock) {
+    m_http.SetSessionTimeout(services.nHttpLimitMs);
+    m_http.SetWorkerLimits(services.nHttpLimitMs, HttpClient::kWorkerPoll);
     // Long steps block the form, but the window goes on painting while they wait.
     const auto fnPaint = [&ui = services.ui] { ui.KeepPainting(); };
     m_http.SetWaitHook(fnPaint);

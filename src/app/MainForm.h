@@ -54,6 +54,7 @@ struct FormServices {
     FileDialogs& fileDialogs;
     std::u16string strProgramFolder;  // default.ini, cache.txt and cookies.txt live here
     std::uint32_t nMailReplyWaitMs = MailClient::kReplyTimeoutMs;  // shortened by tests
+    std::uint32_t nHttpLimitMs = HttpClient::kSessionTimeout;      // shortened by tests
 };
 
 // Timers of the main window.

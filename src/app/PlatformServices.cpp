@@ -86,11 +86,17 @@ FormServices PlatformServices::MakeFormServices() {
     FormServices services{*pClock,  *pFiles,     messages,  ResourceModule::Program(), *m_pUi,     *m_pDialogs,
                           serial,   *pHttp,      *pSockets, *pLauncher,                *pWindows,  clipboard,
                           *pLibraries, *pFileDialogs, strProgramFolder};
-    // A silent mail server is noticed only after this wait (1000 s); a run against one can ask for less.
-    std::u16string strWait;
-    if (pSystem->GetEnv("VANTREL_MAIL_WAIT_MS", strWait) && WtoL(strWait) > 0)
-        services.nMailReplyWaitMs = static_cast<std::uint32_t>(WtoL(strWait));
+    // A silent mail server is noticed only after 1000 s, a silent HTTP peer after 30 s; a run against
+    // one can ask for less.
+    services.nMailReplyWaitMs = LimitFromEnvironment("VANTREL_MAIL_WAIT_MS", services.nMailReplyWaitMs);
+    services.nHttpLimitMs = LimitFromEnvironment("VANTREL_HTTP_LIMIT_MS", services.nHttpLimitMs);
     return services;
+}
+
+std::uint32_t PlatformServices::LimitFromEnvironment(const char* pszName, std::uint32_t nDefault) const {
+    std::u16string strValue;
+    if (!pSystem->GetEnv(pszName, strValue) || WtoL(strValue) <= 0) return nDefault;
+    return static_cast<std::uint32_t>(WtoL(strValue));
 }
 
 }  // namespace vantrel

@@ -80,6 +80,9 @@ struct PlatformServices {
     UiThread& Ui() { return *m_pUi; }
     DialogFactory& Dialogs() { return *m_pDialogs; }
     FormServices MakeFormServices();
+    // A wait in milliseconds that a test run shortens through the environment: the variable's
+    // positive value, else nDefault.
+    std::uint32_t LimitFromEnvironment(const char* pszName, std::uint32_t nDefault) const;
 
     std::unique_ptr<Clock> pClock;
     std::unique_ptr<FileSystem> pFiles;

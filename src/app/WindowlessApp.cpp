@@ -73,6 +73,7 @@ int WindowlessApp::Start() {
     const bool bLoaded = m_pForm->OnCreate(m_line.strSettings, m_line.strCommand.empty());
     // After OnCreate, which loads the service URL of the string table.
     if (!m_line.strService.empty()) m_pForm->SetServiceUrl(m_line.strService);
+    m_nSilentLimitMs = services.LimitFromEnvironment("VANTREL_SILENT_LIMIT_MS", kSilentLimitMs);
     if (!bLoaded && !m_line.strSettings.empty()) {
         m_err << "vantrel: cannot read the settings file '" << Utf16ToUtf8(m_line.strSettings) << "'\n";
         return kExitFailed;
@@ -149,8 +150,8 @@ void WindowlessApp::OnWatchdog() {
         return;
     }
     m_nSilentMs += kWatchdogPeriodMs;
-    if (m_nSilentMs < kSilentLimitMs) return;
-    m_err << "vantrel: no answer from the module for " << std::to_string(kSilentLimitMs / 1000) << " s; cancelling\n";
+    if (m_nSilentMs < m_nSilentLimitMs) return;
+    m_err << "vantrel: no answer from the module for " << std::to_string(m_nSilentLimitMs / 1000) << " s; cancelling\n";
     m_nSilentMs = 0;
     pDialog->SendCommand(IDC_CANCEL);
 }

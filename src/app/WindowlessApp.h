@@ -15,6 +15,7 @@ struct PlatformServices;
 // command line or by the windowless run (start-up run and auto-send until interrupted). Results go
 // to out, messages to err as "<caption>:text". Nobody is there to press Cancel: an interrupt, or an
 // acquisition that shows no progress for kSilentLimitMs, cancels the progress dialog.
+// A test run shortens that minute through VANTREL_SILENT_LIMIT_MS.
 class WindowlessApp {
 public:
     static constexpr std::uint32_t kSilentLimitMs = 60000;
@@ -46,6 +47,7 @@ private:
     bool m_bLoopRunning = false;
     std::uint64_t m_nWatchedChanges = 0;
     std::uint32_t m_nSilentMs = 0;
+    std::uint32_t m_nSilentLimitMs = kSilentLimitMs;
 };
 
 }  // namespace vantrel

@@ -88,7 +88,7 @@ bool HttpClient::Fetch(const std::u16string& strUrl, bool bDirect, const std::u1
     if (!pSession) {
         strMessage = FormatText(u"InternetOpen() Failed. (Wininet Error:%d)", nError);
     } else {
-        for (int nOption : kTimeoutOptions) pSession->SetTimeout(nOption, kSessionTimeout, nError);
+        for (int nOption : kTimeoutOptions) pSession->SetTimeout(nOption, m_nSessionTimeout, nError);
         if (strHeaderTemplate.empty())
             bOk = PlainFetch(pSession, strUrl, strBody, strMessage);
         else

@@ -34,8 +34,10 @@ public:
 
     HttpClient(HttpTransport& transport, MessageFacility& messages, Clock& clock);
 
-    // The limit and poll step of the plain fetch's worker (shortened by tests).
+    // The limit and poll step of the plain fetch's worker, and the session's own time-outs
+    // (shortened by tests).
     void SetWorkerLimits(std::uint32_t nTimeout, std::uint32_t nPollInterval);
+    void SetSessionTimeout(std::uint32_t nTimeout) { m_nSessionTimeout = nTimeout; }
     // Runs between the poll steps of the worker's wait (the window keeps painting meanwhile).
     void SetWaitHook(std::function<void()> fnHook) { m_fnWaitHook = std::move(fnHook); }
 
@@ -62,6 +64,7 @@ private:
     HttpTransport& m_transport;
     MessageFacility& m_messages;
     Clock& m_clock;
+    std::uint32_t m_nSessionTimeout = kSessionTimeout;
     std::uint32_t m_nWorkerTimeout = kWorkerTimeout;
     std::uint32_t m_nWorkerPoll = kWorkerPoll;
     std::function<void()> m_fnWaitHook;

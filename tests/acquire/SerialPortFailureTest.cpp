@@ -3,16 +3,16 @@
 #include <cerrno>
 
 #include "support/ManualClock.h"
-#include "support/SerialFixture.h"
+#include "SerialRig.h"
 #include "support/TempDir.h"
 
 namespace vantrel {
 namespace {
 
-using test::SerialServices;
 
-// A device whose calls fail on demand; counts the opens. Never reaches a reader: every
-// scripted failure happens before the reader would start.
+// A device whose calls fail on demand; counts the opens and notes the configuration calls and what
+// they were given. It reports a line state and time-outs in which every field is the opposite of
+// what the channel wants, so that a field left as reported shows.
 struct Script {
     int nOpens = 0;
     bool bOpenFails = false;
@@ -20,6 +20,9 @@ struct Script {
     bool bGetStateFails = false;
     bool bSetStateFails = false;
     int nCloses = 0;
+    std::vector<std::string> calls;
+    CommTimeouts timeouts;
+    CommState state;
 };
 
 class ScriptedDevice final : public SerialDevice {
@@ -29,17 +32,31 @@ public:
         ++m_script.nOpens;
         return m_script.bOpenFails ? Fail(ENOENT) : true;
     }
-    bool GetTimeouts(CommTimeouts&) override { return true; }
-    bool SetTimeouts(const CommTimeouts&) override { return m_script.bSetTimeoutsFails ? Fail(EIO) : true; }
-    bool GetState(CommState&) override { return m_script.bGetStateFails ? Fail(ENOTTY) : true; }
-    bool SetState(const CommState&) override { return m_script.bSetStateFails ? Fail(EINVAL) : true; }
-    bool ClearInfrared() override { return true; }
-    bool PurgeInput() override { return true; }
+    bool GetTimeouts(CommTimeouts& timeouts) override {
+        timeouts = {7, 7, 7, 7, 7};
+        return true;
+    }
+    bool SetTimeouts(const CommTimeouts& timeouts) override {
+        m_script.calls.push_back("SetTimeouts");
+        m_script.timeouts = timeouts;
+        return m_script.bSetTimeoutsFails ? Fail(EIO) : true;
+    }
+    bool GetState(CommState& state) override {
+        state = {1200, 7, 2, 2, false, true, false, false, true, true};
+        return m_script.bGetStateFails ? Fail(ENOTTY) : true;
+    }
+    bool SetState(const CommState& state) override {
+        m_script.calls.push_back("SetState");
+        m_script.state = state;
+        return m_script.bSetStateFails ? Fail(EINVAL) : true;
+    }
+    bool ClearInfrared() override { return m_script.calls.push_back("ClearInfrared"), true; }
+    bool PurgeInput() override { return m_script.calls.push_back("PurgeInput"), true; }
     bool ClearError(CommStatus&) override { return true; }
     bool Read(void*, std::uint32_t, std::uint32_t& nRead) override { return nRead = 0, true; }
     bool Write(const void*, std::uint32_t n, std::uint32_t& nWritten) override { return nWritten = n, true; }
-    bool ClearDtr() override { return true; }
-    bool Close() override { return ++m_script.nCloses, true; }
+    bool ClearDtr() override { return m_script.calls.push_back("ClearDtr"), true; }
+    bool Close() override { return m_script.calls.push_back("Close"), ++m_script.nCloses, true; }
     std::uint32_t LastError() const override { return m_nError; }
     std::u16string ErrorText(std::uint32_t nError) const override { return test::ErrnoText(static_cast<int>(nError)); }
 
@@ -59,7 +76,7 @@ protected:
     }
 
     test::ManualClock m_clock;
-    SerialServices m_services{&m_clock};
+    test::SerialRig m_services{"", &m_clock};
     Script m_script;
 };
 
@@ -71,11 +88,32 @@ TEST_F(SerialPortFailure, AnUnavailablePortCosts30AttemptsWith100MsPauses) {
     EXPECT_EQ(m_script.nOpens, 30);
     EXPECT_EQ(m_clock.TickCount() - nStart, 3000u);
     EXPECT_EQ(m_services.Texts(), std::vector<std::u16string>{u"CreateFile failed: COM1:(Error:" + test::ErrnoText(ENOENT) + u")"});
-    ASSERT_EQ(m_services.boxes.Boxes().size(), 1u);
-    EXPECT_EQ(m_services.boxes.Boxes()[0].strCaption, u"エラー");
-    EXPECT_EQ(m_services.boxes.Boxes()[0].nFlags, mb::kIconHand);
+    ASSERT_EQ(m_services.Boxes().Boxes().size(), 1u);
+    EXPECT_EQ(m_services.Boxes().Boxes()[0].strCaption, u"エラー");
+    EXPECT_EQ(m_services.Boxes().Boxes()[0].nFlags, mb::kIconHand);
     EXPECT_FALSE(port.IsOpen());
     EXPECT_FALSE(port.HoldsHandle());
+}
+
+// 9600 8N1 with CTS output flow, DTR and RTS on, no DSR flow and no XON/XOFF; reads return what is
+// buffered and writes are bounded by 10 ms a byte plus a second. Closing lowers DTR first.
+TEST(SerialPortConfiguration, OpenAppliesTheLineStateAndCloseLowersDtr) {
+    Script script;
+    test::SerialRig services;
+    SerialPort port(services.Context([&script] { return std::make_unique<ScriptedDevice>(script); }));
+    ASSERT_TRUE(port.Open(u"COM1:"));
+    const CommTimeouts& t = script.timeouts;
+    EXPECT_EQ(std::vector<std::uint32_t>({t.nReadInterval, t.nReadTotalMultiplier, t.nReadTotalConstant,
+                                          t.nWriteTotalMultiplier, t.nWriteTotalConstant}),
+              std::vector<std::uint32_t>({0xFFFFFFFF, 0, 0, 10, 1000}));
+    const CommState& s = script.state;
+    EXPECT_EQ(std::vector<int>({int(s.nBaudRate), s.nByteSize, s.nParity, s.nStopBits}), std::vector<int>({9600, 8, 0, 0}));
+    EXPECT_EQ(std::vector<bool>({s.bOutxCtsFlow, s.bOutxDsrFlow, s.bDtrEnable, s.bRtsEnable, s.bOutX, s.bInX}),
+              std::vector<bool>({true, false, true, true, false, false}));
+    EXPECT_TRUE(port.closePort());
+    EXPECT_EQ(script.calls, (std::vector<std::string>{"SetTimeouts", "SetState", "ClearInfrared", "PurgeInput",
+                                                      "ClearDtr", "Close"}));
+    EXPECT_TRUE(services.Texts().empty());
 }
 
 TEST_F(SerialPortFailure, AMissingRealDeviceGivesTheSystemsText) {

@@ -1,19 +1,22 @@
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include "acquire/EmulatedModule.h"
 #include "acquire/PortResolver.h"
 #include "port/PseudoTerminal.h"
 #include "port/SystemInfo.h"
-#include "support/SerialFixture.h"
+#include "SerialRig.h"
 
 namespace vantrel {
 namespace {
 
-using test::ChunkCollector;
-using test::SerialServices;
 using Ms = std::chrono::milliseconds;
 
 EmulatorConfig FastModule() {
@@ -29,36 +32,29 @@ protected:
         return m_port.Open(Utf8ToUtf16(strPath));
     }
 
-    SerialServices m_services;
-    ChunkCollector m_collector;
+    test::SerialRig m_services;
+    test::ChunkCollector m_collector;
     SerialPort m_port{m_services.Context()};
 };
 
-TEST_F(SerialPortOverPty, CommandAndAnswerMakeARoundTrip) {
+// The bytes go both ways unchanged, and a closed port opens again.
+TEST_F(SerialPortOverPty, CommandAndAnswerMakeARoundTripAndThePortOpensAgain) {
     EmulatedModule module(CreatePseudoTerminal(), FastModule());
     ASSERT_TRUE(module.Start());
-    ASSERT_TRUE(OpenOn(module.DevicePath()));
-    EXPECT_TRUE(m_port.IsOpen());
-    ASSERT_TRUE(test::Send(m_port, "AT@K20\r\n"));
-    ASSERT_TRUE(m_collector.WaitForEnding("OK\r\n", 3000));
-    EXPECT_EQ(m_collector.Text(), "AT@K20\r\n0A12F3C4,34\r\n0A12F3B8,21\r\nOK\r\n");
-    EXPECT_EQ(module.Commands(), std::vector<std::string>{"AT@K20"});
-    EXPECT_TRUE(m_port.closePort());
-    EXPECT_FALSE(m_port.IsOpen());
-    EXPECT_EQ(m_port.LastReaderExitCode(), 0u);
-    EXPECT_TRUE(m_services.Texts().empty());
-}
-
-TEST_F(SerialPortOverPty, TheSamePortOpensAgainAfterClosing) {
-    EmulatedModule module(CreatePseudoTerminal(), FastModule());
-    ASSERT_TRUE(module.Start());
-    for (int nRound = 0; nRound < 3; ++nRound) {
+    std::string strExpected;
+    for (int nRound = 0; nRound < 2; ++nRound) {
         ASSERT_TRUE(OpenOn(module.DevicePath())) << nRound;
-        ASSERT_TRUE(test::Send(m_port, "AT@LBC1\r\n"));
-        ASSERT_TRUE(m_collector.WaitFor([&](const std::string& s) { return s.size() == 13u * (nRound + 1); }, 3000));
+        EXPECT_TRUE(m_port.IsOpen());
+        ASSERT_TRUE(test::Send(m_port, "AT@K20\r\n"));
+        strExpected += "AT@K20\r\n0A12F3C4,34\r\n0A12F3B8,21\r\nOK\r\n";
+        ASSERT_TRUE(m_collector.WaitFor(strExpected.size(), 3000));
+        EXPECT_EQ(m_collector.Text(), strExpected);
         EXPECT_TRUE(m_port.closePort());
+        EXPECT_FALSE(m_port.IsOpen());
+        EXPECT_EQ(m_port.LastReaderExitCode(), 0u);
     }
-    EXPECT_EQ(m_collector.Text(), "AT@LBC1\r\nOK\r\nAT@LBC1\r\nOK\r\nAT@LBC1\r\nOK\r\n");
+    EXPECT_EQ(module.Commands(), (std::vector<std::string>{"AT@K20", "AT@K20"}));
+    EXPECT_TRUE(m_services.Texts().empty());
 }
 
 TEST_F(SerialPortOverPty, MoreThan999WaitingBytesAreHandedOverInSeparateChunks) {
@@ -69,7 +65,7 @@ TEST_F(SerialPortOverPty, MoreThan999WaitingBytesAreHandedOverInSeparateChunks) 
     std::string strBurst;
     for (int i = 0; i < 2500; ++i) strBurst.push_back(static_cast<char>('A' + i % 26));
     ASSERT_TRUE(pTerminal->Write(strBurst.data(), static_cast<std::uint32_t>(strBurst.size())));
-    ASSERT_TRUE(m_collector.WaitFor([&](const std::string& s) { return s.size() == strBurst.size(); }, 5000));
+    ASSERT_TRUE(m_collector.WaitFor(strBurst.size(), 5000));
     const std::vector<std::string> chunks = m_collector.Chunks();
     ASSERT_EQ(chunks.size(), 3u);
     EXPECT_EQ(chunks[0].size(), 999u);
@@ -100,14 +96,15 @@ TEST_P(ReadDelay, DecidesWhetherACutAnswerArrivesInOneChunk) {
     config.nFragmentPauseMs = c.nFragmentPauseMs;
     EmulatedModule module(CreatePseudoTerminal(), config);
     ASSERT_TRUE(module.Start());
-    SerialServices services;
-    ChunkCollector collector;
+    const std::unique_ptr<Clock> pClock = CreateSystemClock();  // the delay is what is measured
+    test::SerialRig services("", pClock.get());
+    test::ChunkCollector collector;
     SerialPort port(services.Context());
     port.SetListener(&collector);
     port.SetReadDelay(c.nReadDelay);
     ASSERT_TRUE(port.Open(Utf8ToUtf16(module.DevicePath())));
     ASSERT_TRUE(test::Send(port, "AT@LBC?\r\n"));
-    ASSERT_TRUE(collector.WaitForEnding("OK\r\n", 5000));
+    ASSERT_TRUE(collector.WaitFor(0, 5000, "OK\r\n"));
     EXPECT_EQ(collector.Text(), "AT@LBC?\r\nN35:39:29\r\nE139:44:51\r\n1\r\nOK\r\n");
     if (c.bOneChunk) {
         EXPECT_EQ(collector.Chunks().size(), 1u);
@@ -121,7 +118,31 @@ INSTANTIATE_TEST_SUITE_P(Serial, ReadDelay,
                          testing::Values(DelayCase{300, 5, 10, true}, DelayCase{1000, 3, 20, true},
                                          DelayCase{0, 5, 40, false}));
 
-TEST_F(SerialPortOverPty, ZeroLengthWriteFailsWithoutWriting) {
+// What the kernel keeps of the line state, read back through the far end of a pseudo-terminal:
+// 9600 baud, 8 data bits, no parity, one stop bit, CTS output flow, no XON/XOFF, raw, and reads
+// that return at once with what is buffered.
+TEST_F(SerialPortOverPty, TheKernelHoldsTheLineSettings) {
+    const int nMaster = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(nMaster, 0);
+    ASSERT_EQ(::grantpt(nMaster) | ::unlockpt(nMaster), 0);
+    ASSERT_TRUE(OpenOn(::ptsname(nMaster)));
+    termios tio{};
+    ASSERT_EQ(::tcgetattr(nMaster, &tio), 0);
+    EXPECT_EQ(::cfgetospeed(&tio), B9600);
+    EXPECT_EQ(::cfgetispeed(&tio), B9600);
+    EXPECT_EQ(tio.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS | CREAD | CLOCAL), CS8 | CRTSCTS | CREAD | CLOCAL);
+    EXPECT_EQ(tio.c_iflag & (IXON | IXOFF | IXANY | ICRNL | INLCR), 0u);
+    EXPECT_EQ(tio.c_lflag & (ICANON | ECHO | ISIG), 0u);
+    EXPECT_EQ(tio.c_oflag & OPOST, 0u);
+    EXPECT_EQ(tio.c_cc[VMIN], 0);
+    EXPECT_EQ(tio.c_cc[VTIME], 0);
+    EXPECT_TRUE(m_port.closePort());
+    ::close(nMaster);
+}
+
+// Neither an empty write nor closing a port that is not open touches the line or says anything.
+TEST_F(SerialPortOverPty, EmptyWritesAndClosingAClosedPortFailSilently) {
+    EXPECT_FALSE(m_port.closePort());
     auto pTerminal = CreatePseudoTerminal();
     ASSERT_TRUE(pTerminal->Open());
     ASSERT_TRUE(OpenOn(pTerminal->SlavePath()));
@@ -133,15 +154,6 @@ TEST_F(SerialPortOverPty, ZeroLengthWriteFailsWithoutWriting) {
     std::uint32_t nRead = 0;
     pTerminal->Read(buffer, sizeof buffer, nRead, 100);
     EXPECT_EQ(nRead, 0u);
-    EXPECT_TRUE(m_services.Texts().empty());
-    EXPECT_TRUE(m_port.closePort());
-}
-
-TEST_F(SerialPortOverPty, ClosingAPortThatIsNotOpenFailsSilently) {
-    EXPECT_FALSE(m_port.closePort());
-    EmulatedModule module(CreatePseudoTerminal(), FastModule());
-    ASSERT_TRUE(module.Start());
-    ASSERT_TRUE(OpenOn(module.DevicePath()));
     EXPECT_TRUE(m_port.closePort());
     EXPECT_FALSE(m_port.closePort());
     EXPECT_TRUE(m_services.Texts().empty());
@@ -154,10 +166,9 @@ TEST_F(SerialPortOverPty, AVanishingModuleEndsTheReaderWithAMessageAndFailsTheNe
     ASSERT_TRUE(module.Start());
     ASSERT_TRUE(OpenOn(module.DevicePath()));
     ASSERT_TRUE(test::Send(m_port, "AT@LBC1\r\n"));
-    ASSERT_TRUE(m_collector.WaitForEnding("OK\r\n", 3000));
+    ASSERT_TRUE(m_collector.WaitFor(0, 3000, "OK\r\n"));
     ASSERT_TRUE(test::Send(m_port, "AT@LBC?\r\n"));
-    const auto until = std::chrono::steady_clock::now() + Ms(3000);
-    while (m_services.Texts().empty() && std::chrono::steady_clock::now() < until) std::this_thread::sleep_for(Ms(10));
+    test::WaitFor([&] { return !m_services.Texts().empty(); }, 3000);
     const std::u16string strEio = test::ErrnoText(5);
     ASSERT_EQ(m_services.Texts(),
               std::vector<std::u16string>{u"ClearCommError() Failed. dwErrors = 0x00000000, WinErr = (" + strEio + u")"});
@@ -187,7 +198,7 @@ TEST(SerialPortStop, AReaderThatDoesNotStopInTimeIsLeftBehindSafely) {
     EmulatedModule module(CreatePseudoTerminal(), FastModule());
     ASSERT_TRUE(module.Start());
     {
-        SerialServices services;
+        test::SerialRig services;
         auto pPort = std::make_unique<SerialPort>(services.Context());
         pPort->SetListener(&listener);
         ASSERT_TRUE(pPort->Open(Utf8ToUtf16(module.DevicePath())));
@@ -203,6 +214,31 @@ TEST(SerialPortStop, AReaderThatDoesNotStopInTimeIsLeftBehindSafely) {
     }
     while (!listener.m_bLeft) std::this_thread::sleep_for(Ms(5));
     std::this_thread::sleep_for(Ms(50));  // the reader sees the invalid handle and ends on its own
+}
+
+// Legend: --port value, VANTREL_PORT (null: unset), what "COM1:" opens.
+TEST(PortResolution, ProgramPortFollowsOptionThenEnvironmentThenDefault) {
+    const struct {
+        const char16_t* pszOption;
+        const char* pszEnv;
+        const char16_t* pszDevice;
+    } cases[] = {
+        {u"/dev/ttyUSB0", "/dev/ttyS1", u"/dev/ttyUSB0"},
+        {u"", "/dev/ttyS1", u"/dev/ttyS1"},
+        {u"", "", u"/dev/ttyS0"},
+        {u"", nullptr, u"/dev/ttyS0"},
+        {u"sim", nullptr, u"sim"},
+    };
+    auto pSystem = CreateSystemInfo();
+    for (const auto& c : cases) {
+        if (c.pszEnv) ::setenv("VANTREL_PORT", c.pszEnv, 1);
+        else ::unsetenv("VANTREL_PORT");
+        PortResolver resolver(c.pszOption, *pSystem);
+        EXPECT_EQ(resolver.Resolve(u"COM1:"), c.pszDevice);
+        EXPECT_EQ(resolver.Resolve(u"com1"), c.pszDevice);
+        EXPECT_EQ(resolver.Resolve(u"/dev/ttyUSB3"), u"/dev/ttyUSB3");
+    }
+    ::unsetenv("VANTREL_PORT");
 }
 
 }  // namespace

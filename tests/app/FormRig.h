@@ -39,8 +39,8 @@
 namespace vantrel::test {
 
 // The main form as the program builds it, over real parts wherever they can run in a test: the
-// emulated module on a real pseudo-terminal behind the real serial channel (on the system clock,
-// whose reader really sleeps), the real message facility writing its log into a temporary program
+// emulated module on a real pseudo-terminal behind the real serial channel (on a fast clock, whose
+// reader really sleeps a tenth of each wait), the real message facility writing its log into a temporary program
 // folder, curl and sockets for HTTP and mail. The form and its UI loop run on a manual clock, so
 // timers fire only when the test moves time. Hand-offs, windows, the clipboard and the data-line
 // library are fakes that record what they were asked.
@@ -50,7 +50,7 @@ public:
 
     explicit FormRig(EmulatorConfig config = EmulatorConfig())
         : m_module(CreatePseudoTerminal(), std::move(config)) {
-        m_bModule = m_module.Start();
+        m_module.Start();
         m_resolver.SetSimulatedDevice(Utf8ToUtf16(m_module.DevicePath()));
         m_launcher.m_onStart = [this](const std::u16string& strFile) {
             if (m_onHandOff) m_onHandOff(strFile);
@@ -189,9 +189,15 @@ public:
     MemoryDialogFactory m_dialogs{m_ui};
     MemoryDialogHost m_host{m_ui};
     EmulatedModule m_module;
-    bool m_bModule = false;
     PortResolver m_resolver{PortResolver::kSimulated, *m_pSystem};
-    SerialContext m_serial{*m_pSystemClock, m_messages, *m_pPriority, [] { return CreateSerialDevice(); }, &m_resolver};
+    FastClock m_serialClock;
+    std::function<void()> m_onSerialOpen;  // runs before every attempt at opening the module's port
+    SerialContext m_serial{m_serialClock, m_messages, *m_pPriority,
+                           [this] {
+                               if (m_onSerialOpen) m_onSerialOpen();
+                               return CreateSerialDevice();
+                           },
+                           &m_resolver};
     std::unique_ptr<HttpTransport> m_pHttp = CreateHttpTransport(m_dir.WidePath());
     std::unique_ptr<Sockets> m_pSockets = CreateSockets();
     std::vector<std::u16string> m_handOffs;  // browser and map starts, in order

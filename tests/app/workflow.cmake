@@ -6,5 +6,6 @@ if(NOT TARGET PkgConfig::HTTPLIB)
 endif()
 vantrel_add_test(workflow_tests
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/MainFormTest.cpp ${CMAKE_CURRENT_LIST_DIR}/SettingsCommandsTest.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/WorkflowTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/WorkflowTest.cpp ${CMAKE_CURRENT_LIST_DIR}/DataLineTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/MailChannelTest.cpp
   LIBS vantrel_app vantrel_curl PkgConfig::HTTPLIB)

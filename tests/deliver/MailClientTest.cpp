@@ -209,6 +209,20 @@ TEST_F(MailClientTest, ConnectionProblems) {
     EXPECT_EQ(m_sockets.m_nStarts, m_sockets.m_nCleanups);
 }
 
+// With a hook (the window keeps painting), the wait for a reply runs in slices with the hook
+// between them, and still ends at the reply time-out (the hook moves the manual clock here).
+TEST_F(MailClientTest, WaitHookRunsBetweenSlicesUpToTheTimeOut) {
+    MailClient client(m_sockets, m_clock, 350);
+    int nHooks = 0;
+    client.SetWaitHook([&] {
+        ++nHooks;
+        m_clock.Advance(100);
+    });
+    ScriptedMailPeer silent({}, {});
+    EXPECT_EQ(client.SendMail(u"127.0.0.1", silent.Port(), kFrom, kTo, u"s", u"b"), 7);
+    EXPECT_EQ(nHooks, 4);
+}
+
 TEST_F(MailClientTest, NamesAreLookedUpOnce) {
     ScriptedMailPeer peer({"220 ok\r\n"}, GoodSmtpSteps(ScriptedMailPeer::Reply("250 hi\r\n")));
     EXPECT_EQ(m_client.SendMail(u"localhost", peer.Port(), kFrom, kTo, u"s", u"b"), 0);

@@ -69,12 +69,17 @@ TEST_F(MessageFacilityTest, AnswersWithAndWithoutBoxes) {
     }
 }
 
+// Until a folder is accepted the lines go nowhere, not even to the working folder.
 TEST_F(MessageFacilityTest, NoFolderNoLog) {
     test::RecordingMessageBox boxes;
     MessageFacility facility(m_clock, *m_pFiles, boxes, ResourceModule::Program());
     facility.SetFlags(MessageFacility::kLogToFile);
+    const std::filesystem::path previous = std::filesystem::current_path();
+    std::filesystem::current_path(m_dir.Path());
     EXPECT_EQ(facility.ShowMessage(0, u"x", caption::kError, mb::kOk), mb::kIdOk);
-    EXPECT_FALSE(std::filesystem::exists("20090129.log"));
+    facility.LogLine(u"y", caption::kConfirm);
+    std::filesystem::current_path(previous);
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
 }
 
 TEST_F(MessageFacilityTest, FailedLogStillShowsTheBox) {

@@ -27,18 +27,13 @@ TEST(CommandLineRun, ExpandPrintsEveryCoordinateFormAndHelpExitsWithZero) {
 }
 
 TEST(CommandLineRun, UsageErrorsExitWithTwoBeforeTouchingAnything) {
-    // Legend: arguments, a piece of the complaint on standard error.
+    // Legend: arguments, a piece of the complaint on standard error (the parser's own rules are
+    // unit-tested; these are the program's).
     const struct {
         std::vector<std::string> args;
         std::string strText;
     } cases[] = {
         {{"frobnicate"}, "unknown command 'frobnicate'"},
-        {{"acquire", "extra"}, "'acquire' takes 0 argument(s)"},
-        {{"--bogus", "acquire"}, "unknown option '--bogus'"},
-        {{"acquire", "--port"}, "--port needs a value"},
-        {{"save-settings"}, "'save-settings' takes 1 argument(s)"},
-        {{"expand", "$nl"}, "'expand' needs --position TEXT"},
-        {{"acquire", "--position", "N35.39.29.000E139.44.51.000/1"}, "--position"},
         {{"send", "--position", "somewhere"}, "is not a position text"},
         {{"expand", "$nl", "--position", "no-slash"}, "is not a position text"},
     };
@@ -144,6 +139,23 @@ TEST(CommandLineRun, SendUsesThePositionGivenOnTheCommandLine) {
     const auto requests = server.Requests();
     ASSERT_EQ(requests.size(), 1u);
     EXPECT_EQ(requests[0].strTarget, "/send?pos=N35.39.29.157E139.44.58.500");
+}
+
+// The menu's new-mail hand-off: recipient and subject as configured, the body filled from the
+// position, and no copies whatever CCSMTP and BCCSMTP say.
+TEST(CommandLineRun, NewMailHandsThePositionToTheMailProgram) {
+    ProgramHome home;
+    Settings& s = home.GetSettings();
+    s.SetText(TextKey::ToSmtp, u"you+$pc@example.jp");
+    s.SetText(TextKey::SubjectSmtp, u"位置 $nl");
+    s.SetText(TextKey::BodySmtp, u"N$nlE$el\r\n$pc");
+    s.SetText(TextKey::CcSmtp, u"cc@example.jp");
+    s.SetText(TextKey::BccSmtp, u"bcc@example.jp");
+    home.Save();
+    const ProgramRun run = RunVantrel(home, {"new-mail", "--position", "N35.39.29.157E139.44.58.500/7"});
+    EXPECT_EQ(run.nExit, 0) << run.strErr;
+    EXPECT_EQ(home.RecordedArgs("xdg-email"),
+              "--utf8\n--subject\n位置 $nl\n--body\nN35.39.29.157E139.44.58.500\r\n7\nyou+$pc@example.jp\n");
 }
 
 TEST(CommandLineRun, SendWithoutAPositionFails) {

@@ -9,7 +9,6 @@
 #include "settings/Settings.h"
 #include "support/LoopbackHttpServer.h"
 #include "support/ScriptedMailPeer.h"
-#include "support/SmtpSink.h"
 #include "support/TempDir.h"
 
 namespace vantrel {

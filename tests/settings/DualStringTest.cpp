@@ -98,6 +98,9 @@ TEST(DualString, BufferRoundTrip) {
     s.GetBuffer(16);
     s.ReleaseBuffer(1);
     EXPECT_EQ(s.Wide(), u"緯");
+    s.GetBuffer(16);
+    s.ReleaseBuffer(0);
+    EXPECT_EQ(s.Wide(), u"");
 }
 
 class ScriptedSystemInfo final : public SystemInfo {

@@ -101,6 +101,17 @@ TEST_F(SettingsFile, DefaultRecordIsSavedByteForByte) {
     EXPECT_EQ(settings.Path(), Path("default.ini"));
 }
 
+// Each kind of key finds its own name; the default file sits in the folder given, with or without
+// its separator.
+TEST_F(SettingsFile, KeyNamesAndTheDefaultFile) {
+    const Settings settings = Defaults();
+    EXPECT_EQ(settings.KeyName(BoolKey::MailSend), u"MAILSEND");
+    EXPECT_EQ(settings.KeyName(NumberKey::ConnectWait), u"CONNECTWAIT");
+    EXPECT_EQ(settings.KeyName(TextKey::ToSmtp), u"TOSMTP");
+    for (const char16_t* pszFolder : {u"/opt/v", u"/opt/v/"}) EXPECT_EQ(settings.DefaultFilePath(pszFolder), u"/opt/v/default.ini");
+    EXPECT_EQ(settings.DefaultFilePath(u""), u"/default.ini");
+}
+
 TEST_F(SettingsFile, LoadThenSaveGivesTheSameBytes) {
     Settings changed = Defaults();
     changed.SetBool(BoolKey::MailSend, true);

@@ -1,6 +1,7 @@
 #pragma once
 #include <cstring>
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,8 @@ class ScriptedDlgConnect final : public DlgConnect {
 public:
     int Connect(std::uintptr_t nReserved1, std::uintptr_t nReserved2, std::uint32_t nWait, std::uint32_t nFlags,
                 const char16_t* pszFolder) override {
-        m_calls.push_back("Connect " + std::to_string(nReserved1) + " " + std::to_string(nReserved2) + " " +
-                          std::to_string(nWait) + " " + std::to_string(nFlags) + " " + Utf16ToUtf8(pszFolder));
+        Note("Connect " + std::to_string(nReserved1) + " " + std::to_string(nReserved2) + " " + std::to_string(nWait) +
+             " " + std::to_string(nFlags) + " " + Utf16ToUtf8(pszFolder));
         int nResult = m_nConnectResult;
         if (!m_connectResults.empty()) {
             nResult = m_connectResults.front();
@@ -29,7 +30,7 @@ public:
         return nResult;
     }
     int Disconnect(std::uint32_t nFlags, const char16_t* pszFolder) override {
-        m_calls.push_back("Disconnect " + std::to_string(nFlags));
+        Note("Disconnect " + std::to_string(nFlags));
         if (m_nDisconnectResult == 1) m_bUp = false;
         return m_nDisconnectResult;
     }
@@ -55,6 +56,13 @@ public:
     int m_nDisconnectResult = 1;
     int m_nQuestions = 0;
     std::vector<std::string> m_calls;
+    std::function<void(const std::string&)> m_onCall;  // runs on every Connect and Disconnect
+
+private:
+    void Note(const std::string& strCall) {
+        m_calls.push_back(strCall);
+        if (m_onCall) m_onCall(strCall);
+    }
 };
 
 // A library loader that knows one library, "DlgConnect", exporting both entry points over one

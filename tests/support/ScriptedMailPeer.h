@@ -48,6 +48,14 @@ private:
     std::thread m_thread;
 };
 
+// An SMTP server's side of one mail that it takes (after a "220" greeting).
+inline std::vector<ScriptedMailPeer::Step> GoodSmtpSteps() {
+    return {ScriptedMailPeer::Reply("250 hello\r\n"),     ScriptedMailPeer::Reply("250 Reset\r\n"),
+            ScriptedMailPeer::Reply("250 Sender OK\r\n"), ScriptedMailPeer::Reply("250 Recipient OK\r\n"),
+            ScriptedMailPeer::Reply("354 go ahead\r\n"),  ScriptedMailPeer::AfterData("250 Queued\r\n"),
+            ScriptedMailPeer::Reply("221 Bye\r\n")};
+}
+
 // A port on 127.0.0.1 with nobody listening (bound once, then released).
 std::uint16_t UnusedLoopbackPort();
 // True once something accepts connections on the port, polling for at most nTimeoutMs.

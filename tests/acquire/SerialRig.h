@@ -1,0 +1,180 @@
+#pragma once
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "acquire/EmulatedModule.h"
+#include "acquire/PortResolver.h"
+#include "acquire/SerialPort.h"
+#include "deliver/MessageFacility.h"
+#include "port/Clock.h"
+#include "port/Factories.h"
+#include "port/FileSystem.h"
+#include "port/PseudoTerminal.h"
+#include "port/SerialDevice.h"
+#include "port/SystemInfo.h"
+#include "port/ThreadPriority.h"
+#include "settings/ResourceModule.h"
+#include "settings/TextUtil.h"
+#include "support/ManualClock.h"
+#include "support/RecordingMessageBox.h"
+#include "support/TempDir.h"
+
+namespace vantrel::test {
+
+// Polls a condition in real time; false when it did not come true within nLimitMs.
+inline bool WaitFor(const std::function<bool()>& condition, int nLimitMs = 5000) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(nLimitMs);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+// The real services a channel is built on: a fast clock (unless another is given), the message
+// facility with boxes recorded and a message log in a temporary folder, and, given a device
+// path, "COM1:" resolved to it.
+class SerialRig {
+public:
+    explicit SerialRig(const std::string& strDevice = "", Clock* pSerialClock = nullptr)
+        : m_clock(pSerialClock ? *pSerialClock : m_fastClock),
+          m_messages(*m_pSystemClock, *m_pFiles, m_boxes, ResourceModule::Program()),
+          m_resolver(Utf8ToUtf16(strDevice), *m_pSystem),
+          m_bResolve(!strDevice.empty()) {
+        m_messages.SetLogFolder(m_logDir.WidePath());
+        m_messages.SetFlags(MessageFacility::kShowBoxes | MessageFacility::kLogToFile);
+    }
+
+    SerialContext Context(std::function<std::unique_ptr<SerialDevice>()> create = CreateSerialDevice) {
+        return SerialContext{m_clock, m_messages, *m_pPriority, std::move(create), m_bResolve ? &m_resolver : nullptr};
+    }
+    MessageFacility& Messages() { return m_messages; }
+    RecordingMessageBox& Boxes() { return m_boxes; }
+    std::vector<std::u16string> Texts() const {
+        std::vector<std::u16string> texts;
+        for (const RecordingMessageBox::Box& box : m_boxes.Boxes()) texts.push_back(box.strText);
+        return texts;
+    }
+    // Everything written to today's message log, as UTF-8.
+    std::string MessageLog() const {
+        const SystemTime now = m_pSystemClock->LocalTime();
+        char szName[16];
+        std::snprintf(szName, sizeof szName, "%04d%02d%02d.log", now.nYear, now.nMonth, now.nDay);
+        return ReadUtf16File(m_logDir.File(szName));
+    }
+
+private:
+    std::unique_ptr<Clock> m_pSystemClock = CreateSystemClock();
+    FastClock m_fastClock;
+    Clock& m_clock;
+    std::unique_ptr<FileSystem> m_pFiles = CreateFileSystem();
+    std::unique_ptr<SystemInfo> m_pSystem = CreateSystemInfo();
+    std::unique_ptr<ThreadPriority> m_pPriority = CreateThreadPriority();
+    RecordingMessageBox m_boxes;
+    TempDir m_logDir;
+    MessageFacility m_messages;
+    PortResolver m_resolver;
+    bool m_bResolve;
+};
+
+// Collects the chunks a channel hands over, in order, and lets a test wait for them.
+class ChunkCollector final : public SerialListener {
+public:
+    void OnReceive(const std::u16string& strText) override {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_chunks.push_back(Utf16ToUtf8(strText));
+        m_changed.notify_all();
+    }
+    std::vector<std::string> Chunks() const {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_chunks;
+    }
+    std::string Text() const {
+        std::string strText;
+        for (const std::string& strChunk : Chunks()) strText += strChunk;
+        return strText;
+    }
+    // Waits until the text received so far holds at least nBytes, or ends in strEnd.
+    bool WaitFor(std::size_t nBytes, std::uint32_t nTimeoutMs, const std::string& strEnd = "") {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, std::chrono::milliseconds(nTimeoutMs), [&] {
+            std::string strText;
+            for (const std::string& strChunk : m_chunks) strText += strChunk;
+            return strEnd.empty() ? strText.size() >= nBytes
+                                  : strText.size() >= strEnd.size() && strText.compare(strText.size() - strEnd.size(), strEnd.size(), strEnd) == 0;
+        });
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<std::string> m_chunks;
+};
+
+inline std::u16string ErrnoText(int nError) { return CreateSerialDevice()->ErrorText(static_cast<std::uint32_t>(nError)); }
+
+inline bool Send(SerialPort& port, const std::string& strBytes) {
+    std::uint32_t nWritten = 0;
+    return port.write_scc(strBytes.data(), static_cast<int>(strBytes.size()), nWritten) && nWritten == strBytes.size();
+}
+
+// A module that answers each command line through a script, on the far end of a real
+// pseudo-terminal: for faults the emulator has no switch for (a bad reading, then a good one).
+class ScriptedModule {
+public:
+    // Returns the bytes to send for command number nIndex (from 0) with the given text.
+    using Script = std::function<std::string(const std::string& strCommand, int nIndex)>;
+
+    explicit ScriptedModule(Script script) : m_script(std::move(script)), m_pTerminal(CreatePseudoTerminal()) {}
+    ~ScriptedModule() {
+        m_bStop = true;
+        if (m_thread.joinable()) m_thread.join();
+        m_pTerminal->Close();
+    }
+    bool Start() {
+        if (!m_pTerminal->Open()) return false;
+        m_thread = std::thread([this] { Serve(); });
+        return true;
+    }
+    std::string DevicePath() const { return m_pTerminal->SlavePath(); }
+
+private:
+    void Serve() {
+        std::string strLine;
+        for (int nIndex = 0; !m_bStop;) {
+            char buffer[256];
+            std::uint32_t nRead = 0;
+            if (!m_pTerminal->Read(buffer, sizeof buffer, nRead, 20)) return;
+            for (std::uint32_t i = 0; i < nRead; ++i) {
+                if (buffer[i] == '\n') continue;  // the host ends its lines with "\r\n"
+                if (buffer[i] != '\r') {
+                    strLine += buffer[i];
+                    continue;
+                }
+                const std::string strAnswer = m_script(strLine, nIndex++);
+                if (!strAnswer.empty()) m_pTerminal->Write(strAnswer.data(), static_cast<std::uint32_t>(strAnswer.size()));
+                strLine.clear();
+            }
+        }
+    }
+
+    Script m_script;
+    std::unique_ptr<PseudoTerminal> m_pTerminal;
+    std::thread m_thread;
+    std::atomic<bool> m_bStop{false};
+};
+
+// The standard answer of a module that knows the command: echo, body lines, "OK".
+inline std::string Answer(const std::string& strCommand, const std::string& strBody = "") {
+    return strCommand + "\r\n" + strBody + "OK\r\n";
+}
+
+}  // namespace vantrel::test
