@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <regex>
 
 #include "ProgramRig.h"
 #include "settings/TextUtil.h"
@@ -12,12 +13,11 @@ namespace {
 
 using namespace test;
 
-const std::string kMark("\xFF\xFE", 2);
 const std::string kPosition = "N35.39.29.000E139.44.51.000";
 
 // The cookie the acquisition leaves in the program folder travels with the request of the send.
 TEST(Delivery, HttpCarriesThePositionInTheQueryAndTheCookie) {
-    // Answers are read in the device's code page (CP932).
+    // Answers are read in the device's code page (CP932): "受付けました".
     RecordingHttpServer server("\x8E\xF3\x82\xAF\x95\x74\x82\xAF\x82\xDC\x82\xB5\x82\xBD");
     ProgramHome home;
     home.UseUrl(server.Url("/send"), "lat=$nl&lon=$el&pc=$pc");
@@ -36,14 +36,38 @@ TEST(Delivery, HttpCarriesThePositionInTheQueryAndTheCookie) {
     EXPECT_NE(run.strErr.find("<確認>:受け付けました\n<確認>:HTTP送信に成功しました。\n"), std::string::npos) << run.strErr;
 }
 
+// Silent operation (NOMSG): nothing reaches the terminal, and the message log keeps the record.
+TEST(Delivery, SilentRunWritesTheMessageLogOnly) {
+    RecordingHttpServer server("ok");
+    ProgramHome home;
+    Settings& s = home.GetSettings();
+    home.UseUrl(server.Url("/send"));
+    s.SetBool(BoolKey::HttpSend, true);
+    s.SetBool(BoolKey::NoMsg, true);
+    s.SetBool(BoolKey::OutputMsgFile, true);
+    s.SetText(TextKey::LogFileDir, Utf8ToUtf16(home.Path()));
+    home.Save();
+
+    const ProgramRun run = RunVantrel(home, {"--port", "sim", "acquire-send"});
+    EXPECT_EQ(run.nExit, 0);
+    EXPECT_EQ(run.strErr, "");
+    EXPECT_EQ(server.Requests().size(), 1u);
+    const auto logs = home.FilesEndingWith(home.Path(), ".log");
+    ASSERT_EQ(logs.size(), 1u);
+    const std::string strLog = ReadUtf16File(logs[0]);
+    EXPECT_TRUE(std::regex_search(strLog, std::regex(R"(\[\d\d:\d\d:\d\d\] <確認>:CSIDを取得します。\r\n)"))) << strLog;
+    EXPECT_NE(strLog.find("] <確認>:ok\r\n"), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find("] <確認>:HTTP送信に成功しました。\r\n"), std::string::npos) << strLog;
+}
+
 double NumberAfter(const std::string& strText, const std::string& strLabel, char chEnd) {
-    const std::size_t nStart = strText.find(strLabel);
-    if (nStart == std::string::npos) return 0;
-    const std::size_t nFrom = nStart + strLabel.size();
+    const std::size_t nFrom = strText.find(strLabel) + strLabel.size();
     return std::atof(strText.substr(nFrom, strText.find(chEnd, nFrom) - nFrom).c_str());
 }
 
-TEST(Delivery, BrowserMapAndPositionLogFromOneRun) {
+// Everything handed to other programs: the browser, the map (the desktop's opener), the mail
+// program of the new-mail hand-off; and the position log.
+TEST(Delivery, HandOffsAndPositionLog) {
     ProgramHome home;
     Settings& s = home.GetSettings();
     home.UseUrl("http://127.0.0.1:9/page", "p=$wnl,$wel");
@@ -52,26 +76,35 @@ TEST(Delivery, BrowserMapAndPositionLogFromOneRun) {
     s.BrowserList().SetSelectedIndex(0);
     s.SetBool(BoolKey::GmmSend, true);
     s.SetBool(BoolKey::OutputPosLogFile, true);
-    s.SetText(TextKey::PosLogDir, Utf8ToUtf16(home.File("")));
+    s.SetText(TextKey::PosLogDir, Utf8ToUtf16(home.Path()));
     s.SetText(TextKey::PosLogFormat, u"$nl/$el 位置 $pc");
+    // The new mail: recipient and subject as configured, the body filled in, no copies.
+    s.SetText(TextKey::ToSmtp, u"you+$pc@example.jp");
+    s.SetText(TextKey::SubjectSmtp, u"位置 $nl");
+    s.SetText(TextKey::BodySmtp, u"N$nlE$el\r\n$pc");
+    s.SetText(TextKey::CcSmtp, u"cc@example.jp");
     home.Save();
 
     const ProgramRun run = RunVantrel(home, {"--port", "sim", "acquire-send"});
     EXPECT_EQ(run.nExit, 0) << run.strErr;
-    EXPECT_NE(run.strErr.find("<確認>:ブラウザを起動します。"), std::string::npos) << run.strErr;
     EXPECT_EQ(home.RecordedArgs("browser"), "http://127.0.0.1:9/page?p=35.39.40.623,139.44.39.455\n");
-    // The map gets the WGS84 position as a geo: URI from the desktop's opener.
+    // The map gets the WGS84 position as a geo: URI.
     const std::string strGeo = home.RecordedArgs("xdg-open");
     ASSERT_EQ(strGeo.rfind("geo:", 0), 0u) << strGeo;
     EXPECT_NEAR(NumberAfter(strGeo, "geo:", ','), 35 + 39 / 60.0 + 40.623 / 3600, 1e-5) << strGeo;
     EXPECT_NEAR(NumberAfter(strGeo, ",", '\n'), 139 + 44 / 60.0 + 39.455 / 3600, 1e-5) << strGeo;
+
+    const ProgramRun mail = RunVantrel(home, {"new-mail", "--position", "N35.39.29.157E139.44.58.500/7"});
+    EXPECT_EQ(mail.nExit, 0) << mail.strErr;
+    EXPECT_EQ(home.RecordedArgs("xdg-email"),
+              "--utf8\n--subject\n位置 $nl\n--body\nN35.39.29.157E139.44.58.500\r\n7\nyou+$pc@example.jp\n");
 
     // A second run appends to the same day file without another byte-order mark.
     EXPECT_EQ(RunVantrel(home, {"--port", "sim", "acquire"}).nExit, 0);
     const auto logs = home.FilesEndingWith(home.Path(), ".pos");
     ASSERT_EQ(logs.size(), 1u);
     const std::string strLine = Utf16LeBytes("35.39.29.000/139.44.51.000 位置 1\r\n");
-    EXPECT_EQ(ReadFileBytes(logs[0]), kMark + strLine + strLine);
+    EXPECT_EQ(ReadFileBytes(logs[0]), std::string("\xFF\xFE", 2) + strLine + strLine);
 }
 
 }  // namespace

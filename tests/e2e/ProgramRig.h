@@ -1,12 +1,12 @@
 #pragma once
-#include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "support/ChildProcess.h"
 #include "settings/Settings.h"
+#include "support/ChildProcess.h"
 #include "support/LoopbackHttpServer.h"
 #include "support/ScriptedMailPeer.h"
 #include "support/TempDir.h"
@@ -18,7 +18,7 @@ class FileSystem;
 namespace vantrel::test {
 
 // The program folder of one run (VANTREL_HOME) with its settings record, a bin folder put first
-// on PATH (fake xdg-open, recording browser), and the clean environment the program runs in.
+// on PATH (fake xdg-open and xdg-email), and the clean environment the program runs in.
 class ProgramHome {
 public:
     ProgramHome();
@@ -33,41 +33,33 @@ public:
 
     const std::string& Path() const { return m_dir.Path(); }
     std::string File(const std::string& strName) const { return m_dir.File(strName); }
-    std::u16string WideFile(const std::string& strName) const { return m_dir.WideFile(strName); }
-    // An executable shell script in the bin folder that appends its arguments, one a line, to
+    // An executable shell script in the bin folder that writes its arguments, one a line, to
     // <name>.args in the program folder.
     std::string AddRecorder(const std::string& strName);
-    std::string RecordedArgs(const std::string& strName, int nTimeoutMs = 5000) const;
+    std::string RecordedArgs(const std::string& strName) const;
     std::vector<std::string> Environment() const;
     // Sets a variable of the program's environment; an empty value takes it out.
     void SetEnvironment(const std::string& strName, const std::string& strValue);
-
-    // Files of the folder whose names end with strSuffix (the day files of the logs).
+    // Files of the folder whose names end with strSuffix (the day files of the logs), sorted.
     std::vector<std::string> FilesEndingWith(const std::string& strFolder, const std::string& strSuffix) const;
 
 private:
     TempDir m_dir;
     std::unique_ptr<FileSystem> m_pFiles;
     std::unique_ptr<Settings> m_pSettings;
-    std::vector<std::pair<std::string, std::string>> m_environment;
+    std::map<std::string, std::string> m_environment;
 };
 
-// The program run to its end.
+// The program run to its end; nExit is -1 when it was still running after nTimeoutMs.
 struct ProgramRun {
     int nExit = -1;
     std::string strOut;
     std::string strErr;
-    double dSeconds = 0;
 };
-ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& arguments, int nTimeoutMs = 30000);
-// The same for another copy of the program.
 ProgramRun RunProgram(const std::string& strProgram, const ProgramHome& home, const std::vector<std::string>& arguments,
                       int nTimeoutMs = 30000);
+ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& arguments, int nTimeoutMs = 30000);
 std::unique_ptr<ChildProcess> StartVantrel(const ProgramHome& home, const std::vector<std::string>& arguments);
-// The program under a limit on the size of every file it writes (prlimit --fsize): a write that
-// would pass nBytes fails as on a full disk.
-ProgramRun RunVantrelWithFileSizeLimit(const ProgramHome& home, std::uint64_t nBytes,
-                                       const std::vector<std::string>& arguments, int nTimeoutMs = 30000);
 
 // The module emulator on its own pseudo-terminal.
 class WsimEmulator {
@@ -86,12 +78,10 @@ public:
     struct Request {
         std::string strTarget;
         std::string strCookie;
-        std::string strCsInfo;
     };
     explicit RecordingHttpServer(std::string strAnswer = "accepted");
     std::vector<Request> Requests();
     std::string Url(const std::string& strPath) const { return m_server.Url(strPath); }
-    LoopbackHttpServer& Server() { return m_server; }
 
 private:
     std::mutex m_mutex;
@@ -100,5 +90,4 @@ private:
 };
 
 std::string Utf16LeBytes(const std::string& strUtf8);
-std::size_t CountOf(const std::string& strText, const std::string& strPart);
 }  // namespace vantrel::test
