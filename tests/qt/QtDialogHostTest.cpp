@@ -32,18 +32,26 @@ constexpr std::uint32_t kChild = 0x50010000;  // WS_CHILD | WS_VISIBLE | WS_TABS
 
 using Commands = std::vector<std::pair<int, int>>;
 
-// What a form sees of a host after the same calls; both backends must give the same answers.
-std::u16string Observe(DialogHost& h) {
-    std::u16string log;
-    auto put = [&](const std::u16string& str) { log += str + u'|'; };
-    auto num = [&](long long n) { for (char c : std::to_string(n)) log += static_cast<char16_t>(c); log += u'|'; };
+// One control of each kind: edit, multi-line edit, drop-down list, report list, tree, auto check
+// box, plain check box, push button.
+void AddSampleControls(DialogHost& h) {
     h.SetFrame({u"t", u"ＭＳ Ｐゴシック", 8, 173, 185});
     h.CreateControl({1, u"EDIT", u"", kChild | 0x80, 0, 4, 4, 60, 12});
     h.CreateControl({2, u"EDIT", u"", kChild | 0x1044, 0, 4, 20, 60, 30});
     h.CreateControl({3, u"COMBOBOX", u"", kChild | 0x3, 0, 4, 60, 60, 80});
     h.CreateControl({4, u"SysListView32", u"", kChild | 0x1, 0, 4, 80, 100, 40});
     h.CreateControl({5, u"SysTreeView32", u"", kChild | 0x7, 0, 4, 130, 100, 40});
-    h.CreateControl({6, u"BUTTON", u"c", kChild | 0x3, 0, 110, 4, 50, 10});
+    h.CreateControl({6, u"BUTTON", u"auto", kChild | 0x3, 0, 110, 4, 50, 10});
+    h.CreateControl({7, u"BUTTON", u"plain", kChild | 0x2, 0, 110, 20, 50, 10});
+    h.CreateControl({8, u"BUTTON", u"push", kChild, 0, 110, 40, 50, 14});
+}
+
+// What a form sees of a host after the same calls; both backends must give the same answers.
+std::u16string Observe(DialogHost& h) {
+    std::u16string log;
+    auto put = [&](const std::u16string& str) { log += str + u'|'; };
+    auto num = [&](long long n) { for (char c : std::to_string(n)) log += static_cast<char16_t>(c); log += u'|'; };
+    AddSampleControls(h);
 
     h.SetTextLimit(1, 4);
     h.SetText(1, u"abcdef");
@@ -126,17 +134,12 @@ TEST_F(QtDialogHostTest, AnswersAsTheInMemoryHostDoes) {
 
 TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommandsAndNotifications) {
     auto pHost = QtDialogHost::CreateWindowed(m_ui, nullptr);
-    pHost->SetFrame({u"t", u"ＭＳ Ｐゴシック", 8, 173, 185});
-    pHost->CreateControl({1, u"EDIT", u"", kChild | 0x80, 0, 4, 4, 60, 12});
-    pHost->CreateControl({2, u"EDIT", u"", kChild | 0x1044, 0, 4, 20, 60, 30});
-    pHost->CreateControl({3, u"COMBOBOX", u"", kChild | 0x3, 0, 4, 60, 60, 80});
-    pHost->CreateControl({4, u"SysListView32", u"", kChild | 0x1, 0, 4, 80, 100, 40});
-    pHost->CreateControl({5, u"SysTreeView32", u"", kChild | 0x7, 0, 4, 130, 100, 40});
-    pHost->CreateControl({6, u"BUTTON", u"auto", kChild | 0x3, 0, 110, 4, 50, 10});
-    pHost->CreateControl({7, u"BUTTON", u"plain", kChild | 0x2, 0, 110, 20, 50, 10});
-    pHost->CreateControl({8, u"BUTTON", u"push", kChild, 0, 110, 40, 50, 14});
+    AddSampleControls(*pHost);
+    pHost->CreateControl({9, u"BUTTON", u"a", 0x40010000, 0, 0, 0, 20, 10});  // no WS_VISIBLE
+    pHost->CreateControl({10, u"EDIT", u"", 0x58010000, 0, 0, 20, 20, 10});   // WS_DISABLED
     pHost->ComboAdd(3, u"x"), pHost->ComboAdd(3, u"y"), pHost->ComboSetSel(3, 0);
     pHost->ListAddColumn(4, u"A", 40), pHost->ListAddColumn(4, u"B", 40);
+    pHost->ListSetExtendedStyle(4, lvs::kGridLines);
     pHost->ListInsertRow(4, -1, {u"a"}), pHost->ListInsertRow(4, -1, {u"b"});
     const TreeItem root = pHost->TreeInsert(5, 0, u"root", true);  // children are listed when it opens
     TreeItem child = 0;
@@ -176,6 +179,9 @@ TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommandsAndNotifications) {
     EXPECT_TRUE(pHost->GetCheck(6));   // an auto check box toggles itself
     EXPECT_FALSE(pHost->GetCheck(7));  // a plain one leaves it to the form
     EXPECT_EQ(pTable->columnWidth(0), pHost->Font().units.X(40));  // column widths are dialog units
+    EXPECT_TRUE(pTable->showGrid());
+    EXPECT_FALSE(pHost->IsVisible(9) || pHost->ControlWidget(9)->isVisible());
+    EXPECT_FALSE(pHost->IsEnabled(10) || pHost->ControlWidget(10)->isEnabled());
 }
 
 // The last line of a long text is in view once the caret is put at its end.
@@ -191,18 +197,6 @@ TEST_F(QtDialogHostTest, CaretToEndShowsTheLastLine) {
     EXPECT_EQ(pEdit->textCursor().position(), pEdit->document()->characterCount() - 1);
     EXPECT_GT(pEdit->verticalScrollBar()->maximum(), 0);
     EXPECT_EQ(pEdit->verticalScrollBar()->value(), pEdit->verticalScrollBar()->maximum());
-}
-
-TEST_F(QtDialogHostTest, InitialStylesHideAndDisable) {
-    auto pHost = QtDialogHost::CreateWindowed(m_ui, nullptr);
-    pHost->CreateControl({1, u"BUTTON", u"a", 0x40010000, 0, 0, 0, 20, 10});               // no WS_VISIBLE
-    pHost->CreateControl({2, u"EDIT", u"", 0x58010000, 0, 0, 20, 20, 10});                  // WS_DISABLED
-    pHost->Widget()->show();
-    EXPECT_FALSE(pHost->IsVisible(1));
-    EXPECT_FALSE(pHost->ControlWidget(1)->isVisible());
-    EXPECT_TRUE(pHost->IsVisible(2));
-    EXPECT_FALSE(pHost->IsEnabled(2));
-    EXPECT_FALSE(pHost->ControlWidget(2)->isEnabled());
 }
 
 // Enter presses the focused push button or the default one; Escape is IDCANCEL; the close box
@@ -260,12 +254,8 @@ TEST_F(QtDialogHostTest, ControlsAreNamedByCaptionLabelBeforeThemOrId) {
     // legend: template, control, the name a screen reader (or a test over AT-SPI) finds it by
     const Case cases[] = {
         {IDD_MAINFORM, IDC_URL_LIST, u"URL"},          // a drop-down list after its label
-        {IDD_MAINFORM, IDC_BROWSER_LIST, u"ブラウザ"},
         {IDD_MAINFORM, IDC_CONNECT, u"接続"},          // a button by its caption
-        {IDD_MAINFORM, IDC_LOCATEEASY, u"簡易座標で取得"},
         {IDD_MAINFORM, IDC_RESULT, u"1014"},           // after a button, not a label: by its id
-        {IDD_LISTEDIT, IDC_LE_LIST, u"1101"},
-        {IDD_LISTEDIT, IDC_LE_TITLE, u"TITLE"},
         {IDD_LISTEDIT, IDC_LE_SUB1, u"SUB1"},          // a multi-line edit
         {IDD_PAGE_ACTION, IDC_PA_CONNECTWAIT, u"接続時"},  // after a label without an id (-1)
         {IDD_VERSION, IDC_VER_DATE, u"2103"},          // a label without text
@@ -312,15 +302,12 @@ TEST_F(QtDialogHostTest, TabFollowsTheTemplateAndCursorKeysMoveBetweenControls) 
     };
     // legend: focus on, key pressed, focus then on
     const Case cases[] = {
-        {IDC_CONNECT, Qt::Key_Down, IDC_AUTOCONNECT},   // buttons and check boxes: all four keys move
-        {IDC_CONNECT, Qt::Key_Right, IDC_AUTOCONNECT},
-        {IDC_AUTOCONNECT, Qt::Key_Up, IDC_CONNECT},
+        {IDC_CONNECT, Qt::Key_Down, IDC_AUTOCONNECT},   // buttons and check boxes: the cursor keys move
         {IDC_AUTOCONNECT, Qt::Key_Left, IDC_CONNECT},
         {IDC_URL_EDIT, Qt::Key_Up, IDC_URL_LIST},
         {IDC_URL_LIST, Qt::Key_Down, IDC_URL_LIST},     // a drop-down list keeps Up and Down for its rows
         {IDC_URL_LIST, Qt::Key_Right, IDC_URL_LIST},
         {IDC_RESULT, Qt::Key_Up, IDC_RESULT},           // a multi-line edit keeps them for its caret
-        {IDC_RESULT, Qt::Key_Down, IDC_RESULT},
     };
     for (const Case& c : cases) {
         pHost->ControlWidget(c.nFrom)->setFocus();

@@ -42,10 +42,8 @@ TEST(QtMessageBoxTest, IconsButtonsAndAnswersFollowTheStyle) {
         {0x10, B::Critical, B::Ok, 0, B::Ok, 1},
         {0x30, B::Warning, B::Ok, Qt::Key_Escape, B::NoButton, 1},
         {0x24, B::Question, B::Yes | B::No, 0, B::No, 7},
-        {0x04, B::Question, B::Yes | B::No, 0, B::Yes, 6},
         {0x04, B::Question, B::Yes | B::No, Qt::Key_Escape, B::NoButton, 7},
         {0x21, B::Question, B::Ok | B::Cancel, Qt::Key_Escape, B::NoButton, 2},
-        {0x04, B::Question, B::Yes | B::No, Qt::Key_Return, B::NoButton, 6},
         {0x104, B::Question, B::Yes | B::No, Qt::Key_Return, B::NoButton, 7},  // the second button is the default
         {0x204, B::Question, B::Yes | B::No, Qt::Key_Return, B::NoButton, 6},  // no third one: the first
         {0x12, B::Critical, B::Abort | B::Retry | B::Ignore, 0, B::Abort, 3},
