@@ -134,12 +134,14 @@ std::string DayFileName(const char* pszSuffix) {
     return szName;
 }
 
-// The program under a limit on the size of every file it writes: a write that would pass nBytes
-// fails as on a full disk.
+// The program under a limit on the size of every file it writes (prlimit --fsize): a write that
+// would pass nBytes fails as on a full disk. Its output reaches the test's files through pipes
+// (cat), out of the limit's reach, and pipefail keeps its exit status.
 ProgramRun RunOnAFullDisk(const ProgramHome& home, std::size_t nBytes, const Args& arguments) {
-    Args limited = {"--fsize=" + std::to_string(nBytes), "--", VANTREL_EXE};
+    const std::string strPipes = "{ /usr/bin/prlimit --fsize=" + std::to_string(nBytes) + " -- \"$@\" 2>&1 1>&3 | cat 1>&2; } 3>&1 | cat";
+    Args limited = {"-o", "pipefail", "-c", strPipes, "sh", VANTREL_EXE};
     limited.insert(limited.end(), arguments.begin(), arguments.end());
-    return RunProgram("/usr/bin/prlimit", home, limited);
+    return RunProgram("/bin/bash", home, limited);
 }
 
 // A disk that fills up while the cache, the logs and the settings file are written: each write

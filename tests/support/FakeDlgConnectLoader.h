@@ -1,4 +1,5 @@
 #pragma once
+#include <algorithm>
 #include <cstring>
 #include <deque>
 #include <functional>
@@ -13,8 +14,8 @@ namespace vantrel::test {
 
 // A connection object with a scripted line: Connect answers from a queue (then a default), a
 // successful Connect brings the line up and a successful Disconnect drops it. Connect and
-// Disconnect calls are logged with their arguments; the two questions are only counted, because
-// the caption timer asks once a second.
+// Disconnect calls are logged with their arguments; the two questions are not, because the
+// caption timer asks once a second.
 class ScriptedDlgConnect final : public DlgConnect {
 public:
     int Connect(std::uintptr_t nReserved1, std::uintptr_t nReserved2, std::uint32_t nWait, std::uint32_t nFlags,
@@ -34,19 +35,12 @@ public:
         if (m_nDisconnectResult == 1) m_bUp = false;
         return m_nDisconnectResult;
     }
-    int IsConnected() override {
-        ++m_nQuestions;
-        return m_bUp || m_bForeignLine ? 1 : 0;
-    }
-    int GetConnection() override {
-        ++m_nQuestions;
-        return m_bUp ? 1 : 0;
-    }
+    int IsConnected() override { return m_bUp || m_bForeignLine ? 1 : 0; }
+    int GetConnection() override { return m_bUp ? 1 : 0; }
 
     int Count(const std::string& strPrefix) const {
-        int n = 0;
-        for (const std::string& strCall : m_calls) n += strCall.compare(0, strPrefix.size(), strPrefix) == 0;
-        return n;
+        return static_cast<int>(std::count_if(m_calls.begin(), m_calls.end(),
+                                              [&](const std::string& strCall) { return strCall.starts_with(strPrefix); }));
     }
 
     bool m_bUp = false;           // the program's own line
@@ -54,7 +48,6 @@ public:
     int m_nConnectResult = 1;
     std::deque<int> m_connectResults;
     int m_nDisconnectResult = 1;
-    int m_nQuestions = 0;
     std::vector<std::string> m_calls;
     std::function<void(const std::string&)> m_onCall;  // runs on every Connect and Disconnect
 

@@ -27,7 +27,6 @@ public:
         return true;
     }
     bool Spawn(const std::vector<std::u16string>& arguments) override {
-        m_arguments = arguments;
         std::u16string strLine = u"spawn";
         for (const std::u16string& strArgument : arguments) strLine += u" " + strArgument;
         m_pLog->push_back(strLine);
@@ -37,7 +36,6 @@ public:
     const std::vector<std::u16string>& Log() const { return *m_pLog; }
 
     HandOffStyle m_style;
-    std::vector<std::u16string> m_arguments;  // of the last Spawn
     std::function<void(const std::u16string&)> m_onStart;
 
 private:

@@ -8,6 +8,7 @@
 
 #include "port/Clock.h"
 #include "port/WindowFinder.h"
+#include "settings/TextUtil.h"
 
 namespace vantrel::test {
 
@@ -51,7 +52,7 @@ public:
         return 0;
     }
     bool PostCommand(WindowHandle hWindow, std::uint32_t nCommandId) override {
-        m_pLog->push_back(u"post " + NameOf(hWindow) + u" " + Number(nCommandId));
+        m_pLog->push_back(u"post " + NameOf(hWindow) + u" " + Utf8ToUtf16(std::to_string(nCommandId)));
         if (m_onPost) m_onPost(hWindow, nCommandId);
         return m_windows.count(hWindow) != 0;
     }
@@ -87,11 +88,6 @@ private:
     std::u16string NameOf(WindowHandle hWindow) const {
         const auto it = m_windows.find(hWindow);
         return it == m_windows.end() ? u"?" : it->second.strName;
-    }
-    static std::u16string Number(std::uint32_t n) {
-        std::u16string str;
-        for (char c : std::to_string(n)) str += static_cast<char16_t>(c);
-        return str;
     }
 
     Clock& m_clock;

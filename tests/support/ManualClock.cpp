@@ -33,14 +33,7 @@ long long ToMs(const SystemTime& st) {
 }  // namespace
 
 SystemTime MakeTime(int nYear, int nMonth, int nDay, int nHour, int nMinute, int nSecond) {
-    SystemTime st;
-    st.nYear = nYear;
-    st.nMonth = nMonth;
-    st.nDay = nDay;
-    st.nHour = nHour;
-    st.nMinute = nMinute;
-    st.nSecond = nSecond;
-    return FromMs(ToMs(st));
+    return FromMs(ToMs(SystemTime{nYear, nMonth, 0, nDay, nHour, nMinute, nSecond, 0}));
 }
 
 ManualClock::ManualClock() : ManualClock(MakeTime(2009, 1, 29, 12, 0, 0)) {}

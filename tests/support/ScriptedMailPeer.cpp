@@ -55,24 +55,17 @@ void ScriptedMailPeer::Run() {
     // A client that stops talking must not hang the test run.
     timeval limit{10, 0};
     ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    if (!m_bCloseAtOnce) {
-        SendPieces(fd, m_greeting);
-        std::size_t nConsumed = 0;
-        bool bOpen = true;
-        for (const Step& step : m_steps) {
-            if (!ReceiveUntil(fd, step.wait == Step::Wait::Line ? "\n" : "\r\n.\r\n", nConsumed)) {
-                bOpen = false;
-                break;
-            }
-            Pause();
-            SendPieces(fd, step.pieces);
-            if (step.bCloseAfter) {
-                bOpen = false;
-                break;
-            }
-        }
-        if (bOpen) ReceiveUntil(fd, std::string(1, '\0') + "end", nConsumed);  // to the client's close
+    bool bOpen = !m_bCloseAtOnce;
+    if (bOpen) SendPieces(fd, m_greeting);
+    std::size_t nConsumed = 0;
+    for (std::size_t i = 0; bOpen && i < m_steps.size(); ++i) {
+        bOpen = ReceiveUntil(fd, m_steps[i].wait == Step::Wait::Line ? "\n" : "\r\n.\r\n", nConsumed);
+        if (!bOpen) break;
+        Pause();
+        SendPieces(fd, m_steps[i].pieces);
+        bOpen = !m_steps[i].bCloseAfter;
     }
+    if (bOpen) ReceiveUntil(fd, std::string(1, '\0') + "end", nConsumed);  // to the client's close
     ::close(fd);
 }
 
