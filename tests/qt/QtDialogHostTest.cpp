@@ -56,6 +56,7 @@ std::u16string Observe(DialogHost& h) {
     h.SetTextLimit(1, 4);
     h.SetText(1, u"abcdef");
     put(h.GetText(1));
+    h.SetTextLimit(1, 0), h.SetText(1, u"abcdefg"), put(h.GetText(1));  // 0: no limit
     h.SetText(2, u"a\r\nb");
     put(h.GetText(2));
     put(h.GetText(99)), num(h.HasControl(99)), num(h.ComboGetSel(99)), num(h.ListRowCount(99)), num(h.ComboAdd(99, u"x"));
@@ -64,7 +65,7 @@ std::u16string Observe(DialogHost& h) {
     num(h.ComboAdd(3, u"x")), num(h.ComboAdd(3, u"y")), num(h.ComboGetSel(3));
     h.ComboSetSel(3, 1), num(h.ComboGetSel(3)), put(h.GetText(3));
     h.ComboSetSel(3, 5), num(h.ComboGetSel(3));
-    h.ComboReset(3), num(h.ComboCount(3)), num(h.ComboGetSel(3));
+    h.ComboReset(3), num(h.ComboCount(3)), num(h.ComboGetSel(3)), num(h.ComboCount(1));
 
     h.ListAddColumn(4, u"A", 50);
     h.ListAddColumn(4, u"B", 50);
@@ -74,7 +75,7 @@ std::u16string Observe(DialogHost& h) {
     num(h.ListInsertRow(4, 0, {u"z"})), num(h.ListGetSel(4)), put(h.ListGetCell(4, 2, 0)), put(h.ListGetCell(4, 0, 1));
     h.ListDeleteRow(4, 0), num(h.ListGetSel(4));
     h.ListDeleteRow(4, 1), num(h.ListGetSel(4)), num(h.ListRowCount(4)), put(h.ListGetCell(4, 1, 5));
-    h.ListSetCell(4, 0, 3, u"w"), put(h.ListGetCell(4, 0, 3));
+    h.ListSetCell(4, 0, 2, u"w"), put(h.ListGetCell(4, 0, 2));  // one past the columns
     h.ListSetCell(4, 0, 0, u"v"), put(h.ListGetCell(4, 0, 0));
     num(h.ListInsertRow(4, 99, {u"q"})), num(h.ListGetSel(4));
 
@@ -89,6 +90,7 @@ std::u16string Observe(DialogHost& h) {
     h.TreeDeleteChildren(5, root);
     num(h.TreeSelection(5)), num(h.TreeChildren(5, root).size()), put(h.TreeText(5, deep)), put(h.TreeText(5, root));
     h.TreeSelect(5, deep), num(h.TreeSelection(5));
+    h.TreeSelect(5, root), h.TreeDeleteChildren(5, root), num(h.TreeSelection(5) == root);  // it stays
 
     h.SetCheck(6, true), num(h.GetCheck(6));
     h.Enable(6, false), num(h.IsEnabled(6));
@@ -156,6 +158,7 @@ TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommandsAndNotifications) {
 
     QTest::keyClicks(pHost->ControlWidget(1), QStringLiteral("ab"));
     QTest::keyClicks(pHost->ControlWidget(2), QStringLiteral("c"));
+    QTest::keyClick(pHost->ControlWidget(2), Qt::Key_Tab);  // leaves a multi-line edit, types nothing
     QTest::keyClick(pHost->ControlWidget(3), Qt::Key_Down);
     QTest::mouseClick(pTable->viewport(), Qt::LeftButton, {}, pTable->visualRect(pTable->model()->index(1, 0)).center());
     QTest::mouseClick(pTable->horizontalHeader()->viewport(), Qt::LeftButton, {}, header);
