@@ -98,6 +98,9 @@ TEST_F(TemplateLayoutTest, PixelHeightFollowsThePointSizeAtTheScreensDpi) {
         EXPECT_EQ(pHost->Font().font.pixelSize(), PixelHeight(nPoints)) << nPoints;
         EXPECT_EQ(pHost->Font().font.weight(), QFont::Normal);
     }
+    auto pHost = QtDialogHost::CreateWindowed(m_ui, nullptr);
+    pHost->SetFrame({u"t", u"IPAPGothic", 8, 100, 50});  // an installed face named as it is
+    EXPECT_TRUE(pHost->Font().bFromTemplate);
 }
 
 // A template without a font, or with a face nothing provides, is laid out with the application
