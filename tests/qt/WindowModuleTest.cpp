@@ -62,15 +62,15 @@ QPushButton* Key(QWidget& window, const QString& strText) {
 }
 
 TEST(WindowModule, SoftKeysMenuAndShortcutsGiveTheirCommands) {
-    MainWindowSpec spec;
-    spec.strTitle = u"vantrel";
-    spec.strLeftKey = u"左";
-    spec.nLeftCommand = 1016;
-    spec.strRightKey = u"右";
-    spec.rightMenu = {{1008, u"取得"}, {0, u"", true}, {0, u"下", false, {{40000, u"終了"}}}};
-    spec.shortcuts = {{u"Ctrl+A", 40002}};
-    spec.icon = LoadIcon(ResourceModule::Program(), IDI_APP);
-    const std::unique_ptr<MainWindow> pWindow = Module().CreateMainWindow(spec);
+    MainWindowSpec layout;
+    layout.strTitle = u"vantrel";
+    layout.strLeftKey = u"左";
+    layout.nLeftCommand = 1016;
+    layout.strRightKey = u"右";
+    layout.rightMenu = {{1008, u"取得"}, {0, u"", true}, {0, u"下", false, {{40000, u"終了"}}}};
+    layout.shortcuts = {{u"Ctrl+A", 40002}};
+    layout.icon = LoadIcon(ResourceModule::Program(), IDI_APP);
+    const std::unique_ptr<MainWindow> pWindow = Module().CreateMainWindow(layout);
     std::vector<int> commands;
     int nCloses = 0;
     pWindow->SetCommandHandler([&](int nId) { commands.push_back(nId); });
