@@ -30,13 +30,10 @@ TEST_F(Placeholders, TableOfTemplates) {
         {u"$$", u"$"},
         {u"$$nl", u"$nl"},               // the escape eats both dollars; nl is plain text
         {u"end$", u"end"},               // a trailing lone "$" vanishes
-        {u"$nlx", u"35.39.29.157x"},
         {u"$n", u"n"},                   // too short for any keyword
         {u"$x$NL", u"xNL"},              // unknown: only the "$" is dropped
-        {u"$location", u"location"},
         {u"$MM/$mm", u"07/05"},          // case decides month or minute
         {u"$YY-$DD $hh:$ss", u"2009-03 09:07"},
-        {u"", u""},
     };
     for (const auto& c : cases) EXPECT_EQ(Expand(c.pszTemplate), c.pszExpected) << std::u16string(c.pszTemplate).size();
 }
@@ -51,12 +48,6 @@ TEST_F(Placeholders, WgsFormsUseUnpaddedIntegers) {
 TEST_F(Placeholders, EmptyRecordContributesNothing) {
     EXPECT_EQ(Expand(u"pos=N$nlE$el"), u"pos=NE");
     EXPECT_EQ(Expand(u"$pc$wnl"), u"0.0.0.0");
-}
-
-TEST_F(Placeholders, DefaultDateTemplate) {
-    m_location.SetFromText(u"N35.39.29.157E139.44.58.500/");
-    EXPECT_EQ(Expand(u"$YY年$MM月$DD日 $hh時$mm分$ss秒 $nl/$el"),
-              u"2009年07月03日 09時05分07秒 35.39.29.157/139.44.58.500");
 }
 
 TEST_F(Placeholders, AppendsWithoutClearing) {

@@ -53,58 +53,42 @@ private:
     FileSystem& m_real;
 };
 
-class ProgramFolderRule : public testing::Test {
-protected:
-    void SetUp() override {
-        std::filesystem::create_directories(m_dir.File("bin"));
-        std::filesystem::create_directories(m_dir.File("home"));
-        m_system.m_strExecutable = m_dir.WideFile("bin/vantrel");
-        m_system.m_env["HOME"] = m_dir.WideFile("home");
-    }
-    std::u16string Folder() { return ProgramFolder(m_system, m_fileSystem); }
-
-    test::TempDir m_dir;
-    std::unique_ptr<FileSystem> m_pReal = CreateFileSystem();
-    ReadOnlyFolders m_fileSystem{*m_pReal};
-    ScriptedSystemInfo m_system;
-};
-
-TEST_F(ProgramFolderRule, VantrelHomeComesFirst) {
-    m_system.m_env["VANTREL_HOME"] = u"/srv/vantrel/";
-    EXPECT_EQ(Folder(), u"/srv/vantrel");
-}
-
-TEST_F(ProgramFolderRule, WritableExecutableFolder) {
-    EXPECT_EQ(Folder(), m_dir.WideFile("bin"));
-    EXPECT_FALSE(std::filesystem::exists(m_dir.File("home/.config")));
-}
-
-TEST_F(ProgramFolderRule, ReadOnlyExecutableFolderHoldingTheSettings) {
-    m_fileSystem.m_readOnly.insert(m_dir.WideFile("bin"));
-    test::WriteFileBytes(m_dir.File("bin/default.ini"), "\xFF\xFE");
-    EXPECT_EQ(Folder(), m_dir.WideFile("bin"));
-}
-
-TEST_F(ProgramFolderRule, ReadOnlyExecutableFolderFallsBackToTheUserConfig) {
-    m_fileSystem.m_readOnly.insert(m_dir.WideFile("bin"));
-    // Legend: XDG_CONFIG_HOME (absent when null), the folder chosen; it is created with its parents.
+// Legend: VANTREL_HOME and XDG_CONFIG_HOME (unset when null; "xdg" names a folder in the temporary
+// one), whether bin/ is read-only and holds the settings file, and the folder chosen (in the
+// temporary folder unless absolute), which must then exist.
+TEST(ProgramFolder, ChoiceOfFolder) {
     const struct {
+        const char* pszHome;
         const char* pszXdg;
+        bool bReadOnly, bSettings;
         const char* pszExpected;
     } cases[] = {
-        {nullptr, "home/.config/vantrel"},
-        {"relative/config", "home/.config/vantrel"},  // XDG paths must be absolute
-        {"", "home/.config/vantrel"},
-        {"xdg", "xdg/vantrel"},
+        {"/srv/vantrel/", nullptr, true, false, "/srv/vantrel"},
+        {nullptr, nullptr, false, false, "bin"},
+        {nullptr, nullptr, true, true, "bin"},
+        {nullptr, nullptr, true, false, "home/.config/vantrel"},  // created with its parents
+        {nullptr, "relative/config", true, false, "home/.config/vantrel"},  // XDG paths must be absolute
+        {nullptr, "", true, false, "home/.config/vantrel"},
+        {nullptr, "xdg", true, false, "xdg/vantrel"},
     };
     for (const auto& c : cases) {
-        std::filesystem::remove_all(m_dir.File("home/.config"));
-        std::filesystem::remove_all(m_dir.File("xdg"));
-        m_system.m_env.erase("XDG_CONFIG_HOME");
-        if (c.pszXdg) m_system.m_env["XDG_CONFIG_HOME"] = *c.pszXdg == 'x' ? m_dir.WideFile(c.pszXdg) : Utf8ToUtf16(c.pszXdg);
-        EXPECT_EQ(Folder(), m_dir.WideFile(c.pszExpected)) << (c.pszXdg ? c.pszXdg : "unset");
-        EXPECT_TRUE(std::filesystem::is_directory(m_dir.File(c.pszExpected))) << c.pszExpected;
-        EXPECT_EQ(Folder(), m_dir.WideFile(c.pszExpected)) << "again, now that it exists";
+        test::TempDir dir;
+        std::filesystem::create_directories(dir.File("bin"));
+        std::filesystem::create_directories(dir.File("home"));
+        if (c.bSettings) test::WriteFileBytes(dir.File("bin/default.ini"), "\xFF\xFE");
+        const std::unique_ptr<FileSystem> pReal = CreateFileSystem();
+        ReadOnlyFolders files(*pReal);
+        if (c.bReadOnly) files.m_readOnly.insert(dir.WideFile("bin"));
+        ScriptedSystemInfo system;
+        system.m_strExecutable = dir.WideFile("bin/vantrel");
+        system.m_env["HOME"] = dir.WideFile("home");
+        if (c.pszHome) system.m_env["VANTREL_HOME"] = Utf8ToUtf16(c.pszHome);
+        if (c.pszXdg) system.m_env["XDG_CONFIG_HOME"] = *c.pszXdg == 'x' ? dir.WideFile(c.pszXdg) : Utf8ToUtf16(c.pszXdg);
+        const bool bAbsolute = *c.pszExpected == '/';
+        EXPECT_EQ(ProgramFolder(system, files), bAbsolute ? Utf8ToUtf16(c.pszExpected) : dir.WideFile(c.pszExpected))
+            << c.pszExpected;
+        EXPECT_TRUE(bAbsolute || std::filesystem::is_directory(dir.File(c.pszExpected))) << c.pszExpected;
+        EXPECT_EQ(std::filesystem::exists(dir.File("home/.config")), *c.pszExpected == 'h') << c.pszExpected;
     }
 }
 

@@ -221,26 +221,18 @@ TEST_F(SheetTest, ADisabledExitBoxKeepsItsTickAndItIsSaved) {
     EXPECT_TRUE(m_rig.m_settings.Bool(BoolKey::SupExit));
 }
 
-// Typed -> stored, and what the box shows when the sheet opens again.
+// Typed -> stored, the leading decimal of at most ten characters; how the rest of the text is
+// read is the reading rule's own test.
 TEST_F(SheetTest, NumbersKeepTheirLeadingDigitsWithoutAnyMessage) {
     const struct {
         std::u16string strTyped;
         std::int32_t nStored;
-        std::u16string strShown;
-    } cases[] = {
-        {u"12abc", 12, u"12"},
-        {u"abc", 0, u"0"},
-        {u"", 0, u"0"},
-        {u"123456789012", 1234567890, u"1234567890"},  // ten characters are read
-        {u"4000", 4000, u"4000"},
-    };
+    } cases[] = {{u"12abc", 12}, {u"123456789012", 1234567890}};
     for (const auto& c : cases) {
         OpenSheet();
         Type(IDC_PS_AUTOSENDINTERVAL, c.strTyped);
         Press(IDC_OK, IDC_PS_AUTOSENDINTERVAL);
         EXPECT_EQ(m_rig.m_settings.Number(NumberKey::AutoSendInterval), c.nStored) << Utf16ToUtf8(c.strTyped);
-        OpenSheet();
-        EXPECT_EQ(PageOf(IDC_PS_AUTOSENDINTERVAL).GetText(IDC_PS_AUTOSENDINTERVAL), c.strShown) << Utf16ToUtf8(c.strTyped);
     }
     EXPECT_TRUE(m_rig.m_boxes.Boxes().empty());
 }
@@ -255,23 +247,16 @@ TEST_F(SheetTest, AClearedRecipientIsStoredEmptyAndShownEmpty) {
     EXPECT_EQ(PageOf(IDC_PM_TOSMTP).GetText(IDC_PM_TOSMTP), u"");
 }
 
-TEST_F(SheetTest, OkOnAnyPageReadsEveryPageAndCancelNone) {
+// OK on any page reads every page: the tests above press it on one page for boxes on all eight.
+TEST_F(SheetTest, CancelReadsNoPage) {
     const std::string strBefore = SavedBytes();
     OpenSheet();
     Type(IDC_PU_HOSTPOP, u"pop.example.org");
     Click(IDC_PS_AUTOSEND, true);
+    EXPECT_FALSE(m_pHost->IsClosed()) << "a click on a box leaves the sheet open";
     Press(IDC_CANCEL, IDC_PF_CLIPBOARDFORMAT);
     EXPECT_EQ(m_pHost->EndCode(), endcode::kCancel);
     EXPECT_EQ(SavedBytes(), strBefore);
-
-    OpenSheet();
-    Type(IDC_PU_HOSTPOP, u"pop.example.org");
-    Click(IDC_PS_AUTOSEND, true);
-    EXPECT_FALSE(m_pHost->IsClosed()) << "a click on a box leaves the sheet open";
-    Press(IDC_OK, IDC_PF_CLIPBOARDFORMAT);
-    EXPECT_EQ(m_pHost->EndCode(), endcode::kOk);
-    EXPECT_EQ(m_rig.m_settings.Text(TextKey::HostPop).Wide(), u"pop.example.org");
-    EXPECT_TRUE(m_rig.m_settings.Bool(BoolKey::AutoSend));
 }
 
 // Each bound page is its window's property "PPage_<n>", counted over every sheet of the run.
