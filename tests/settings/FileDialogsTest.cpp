@@ -8,6 +8,7 @@
 #include "platform/posix/GetFileBlock.h"
 #include "port/FileDialogs.h"
 #include "port/LibraryLoader.h"
+#include "settings/Format.h"
 
 namespace vantrel {
 namespace {
@@ -37,26 +38,19 @@ public:
     int m_nLoads = 0;
     int m_nFrees = 0;
     std::vector<std::string> m_calls;
-    // What the last call received.
-    std::u16string m_strTitle, m_strFilter, m_strFolder;
-    std::uint32_t m_nFlags = 0;
-    std::uint32_t m_nFilterIndex = 0;
+    // What the last call received: "title|filter texts|folder|flags|filter index".
+    std::u16string m_strBlock;
 
 private:
     static int Answer(const char* pszWho, VantrelOpenFileName* pBlock) {
         FakeGetFileLibrary& self = *s_pCurrent;
         self.m_calls.push_back(pszWho);
-        self.m_strTitle = pBlock->lpstrTitle;
-        const char16_t* p = pBlock->lpstrFilter;
-        self.m_strFilter.clear();
-        while (*p) {
-            const std::u16string strPart = p;
-            self.m_strFilter += strPart + u'|';
-            p += strPart.size() + 1;
-        }
-        self.m_strFolder = pBlock->lpstrInitialDir ? pBlock->lpstrInitialDir : u"(none)";
-        self.m_nFlags = pBlock->Flags;
-        self.m_nFilterIndex = pBlock->nFilterIndex;
+        std::u16string strFilter;
+        for (const char16_t* p = pBlock->lpstrFilter; *p; p += std::char_traits<char16_t>::length(p) + 1)
+            strFilter += std::u16string(p) + u'|';
+        self.m_strBlock = FormatText(u"%s|%s%s|%u|%u", pBlock->lpstrTitle, strFilter,
+                                     pBlock->lpstrInitialDir ? pBlock->lpstrInitialDir : u"(none)", pBlock->Flags,
+                                     pBlock->nFilterIndex);
         if (self.m_strAnswer.empty() || self.m_strAnswer.size() >= pBlock->nMaxFile) return 0;
         std::memcpy(pBlock->lpstrFile, self.m_strAnswer.c_str(), (self.m_strAnswer.size() + 1) * sizeof(char16_t));
         return 1;
@@ -129,29 +123,25 @@ TEST(FileDialogs, TheBlockCarriesTitleFilterFolderAndFlags) {
     RecordingDialogs platform;
     const std::unique_ptr<FileDialogs> pDialogs = CreateFileDialogs(library, platform);
     std::u16string strPath;
-
-    FileDialogRequest request{u"設定ファイルの選択", u"設定ファイル (*.ini)", u"*.ini", false, u"/home/u", true, false};
-    pDialogs->ChooseOpenFile(0, request, strPath);
-    EXPECT_EQ(library.m_strTitle, u"設定ファイルの選択");
-    EXPECT_EQ(library.m_strFilter, u"設定ファイル (*.ini)|*.ini|");
-    EXPECT_EQ(library.m_strFolder, u"/home/u");
-    EXPECT_EQ(library.m_nFlags, ofn::kFileMustExist | ofn::kPathMustExist);
-    EXPECT_EQ(library.m_nFilterIndex, 1u) << "the first filter";
-    pDialogs->ChooseOpenFile(0, {}, strPath);
-    EXPECT_EQ(library.m_nFlags, 0u);
-
-    request.bMustExist = false;
-    request.bAskOverwrite = true;
-    request.strInitialFolder.clear();
-    pDialogs->ChooseSaveFile(0, request, strPath);
-    EXPECT_EQ(library.m_nFlags, ofn::kOverwritePrompt);
-    EXPECT_EQ(library.m_strFolder, u"(none)");
-    pDialogs->ChooseSaveFile(0, {}, strPath);
-    EXPECT_EQ(library.m_nFlags, 0u);
-
-    // Programs have no extension here: the filter lets every file through.
-    pDialogs->ChooseOpenFile(0, {u"ブラウザの選択", u"実行ファイル (*.exe)", u"*.exe", true, u"", false, false}, strPath);
-    EXPECT_EQ(library.m_strFilter, u"実行ファイル|*|");
+    const FileDialogRequest request{u"設定", u"設定ファイル (*.ini)", u"*.ini", false, u"/home/u", true, true};
+    // Legend: the call, the block the library got ("title|filter texts|folder|flags|filter index").
+    const struct {
+        bool bSave;
+        FileDialogRequest request;
+        std::u16string strBlock;
+    } cases[] = {
+        {false, request, FormatText(u"設定|設定ファイル (*.ini)|*.ini|/home/u|%u|1", ofn::kFileMustExist | ofn::kPathMustExist)},
+        {true, request, FormatText(u"設定|設定ファイル (*.ini)|*.ini|/home/u|%u|1", ofn::kOverwritePrompt)},
+        {false, {}, u"|(none)|0|1"},
+        {true, {}, u"|(none)|0|1"},
+        // Programs have no extension here: the filter lets every file through.
+        {false, {u"b", u"実行ファイル (*.exe)", u"*.exe", true, u"", false, false}, u"b|実行ファイル|*|(none)|0|1"},
+    };
+    for (const auto& c : cases) {
+        if (c.bSave) pDialogs->ChooseSaveFile(0, c.request, strPath);
+        else pDialogs->ChooseOpenFile(0, c.request, strPath);
+        EXPECT_EQ(library.m_strBlock, c.strBlock);
+    }
 }
 
 }  // namespace

@@ -19,40 +19,30 @@ namespace {
 
 using Key = std::variant<BoolKey, NumberKey, TextKey>;
 
-// Every control of the eight pages and the option it edits.
+// Every control of the eight pages, the option it edits and the characters its box takes.
 const struct {
     int nId;
     Key key;
+    int nLimit;
 } kControls[] = {
-    {IDC_PA_STARTUPALL, BoolKey::StartupAll},           {IDC_PA_SUPEXIT, BoolKey::SupExit},
-    {IDC_PA_EXITDISCONNECT, BoolKey::ExitDisconnect},   {IDC_PA_CONNECTWAIT, NumberKey::ConnectWait},
-    {IDC_PA_CSIDCACHE, BoolKey::CsidCache},             {IDC_PA_CREATECOOKIE, BoolKey::CreateCookie},
-    {IDC_PA_EPGETCNT, NumberKey::EpGetCnt},             {IDC_PU_PBS, BoolKey::Pbs},
-    {IDC_PU_HOSTPOP, TextKey::HostPop},                 {IDC_PU_ACCOUNTPOP, TextKey::AccountPop},
-    {IDC_PU_PASSWORDPOP, TextKey::PasswordPop},         {IDC_PM_HOSTSMTP, TextKey::HostSmtp},
-    {IDC_PM_FROMSMTP, TextKey::FromSmtp},               {IDC_PM_TOSMTP, TextKey::ToSmtp},
-    {IDC_PM_SUBJECTSMTP, TextKey::SubjectSmtp},         {IDC_PM_BODYSMTP, TextKey::BodySmtp},
-    {IDC_PS_AUTOSEND, BoolKey::AutoSend},               {IDC_PS_AUTOSENDINTERVAL, NumberKey::AutoSendInterval},
-    {IDC_PS_MONCHKSEND, BoolKey::MonChkSend},           {IDC_PS_AUTOSENDISCONNECT, BoolKey::AutoSendDisconnect},
-    {IDC_PG_NOMSG, BoolKey::NoMsg},                     {IDC_PG_OUTPUTMSGFILE, BoolKey::OutputMsgFile},
-    {IDC_PG_LOGFILEDIR, TextKey::LogFileDir},           {IDC_PR_RETRYCONNECT, BoolKey::RetryConnect},
-    {IDC_PR_RETRYCONNECTMAX, NumberKey::RetryConnectMax}, {IDC_PR_RETRYSENDMAIL, BoolKey::RetrySendMail},
-    {IDC_PR_RETRYSENDMAILMAX, NumberKey::RetrySendMailMax}, {IDC_PR_RETRYHTTPSEND, BoolKey::RetryHttpSend},
-    {IDC_PR_RETRYHTTPSENDMAX, NumberKey::RetryHttpSendMax}, {IDC_PR_RETRYNOMSG, BoolKey::RetryNoMsg},
-    {IDC_PL_OUTPUTPOSLOGFILE, BoolKey::OutputPosLogFile}, {IDC_PL_POSLOGDIR, TextKey::PosLogDir},
-    {IDC_PL_POSLOGMAXSIZE, NumberKey::PosLogMaxSize},   {IDC_PL_POSLOGFORMAT, TextKey::PosLogFormat},
-    {IDC_PF_CLIPBOARDFORMAT, TextKey::ClipboardFormat},
-};
-
-// The characters each box takes.
-const std::map<int, int> kLimits = {
-    {IDC_PA_CONNECTWAIT, 10},        {IDC_PA_EPGETCNT, 10},           {IDC_PU_HOSTPOP, 512},
-    {IDC_PU_ACCOUNTPOP, 512},        {IDC_PU_PASSWORDPOP, 512},       {IDC_PM_HOSTSMTP, 1024},
-    {IDC_PM_FROMSMTP, 512},          {IDC_PM_TOSMTP, 512},            {IDC_PM_SUBJECTSMTP, 1024},
-    {IDC_PM_BODYSMTP, 4096},         {IDC_PS_AUTOSENDINTERVAL, 10},   {IDC_PG_LOGFILEDIR, 260},
-    {IDC_PR_RETRYCONNECTMAX, 10},    {IDC_PR_RETRYSENDMAILMAX, 10},   {IDC_PR_RETRYHTTPSENDMAX, 10},
-    {IDC_PL_POSLOGDIR, 260},         {IDC_PL_POSLOGMAXSIZE, 10},      {IDC_PL_POSLOGFORMAT, 260},
-    {IDC_PF_CLIPBOARDFORMAT, 4096},
+    {IDC_PA_STARTUPALL, BoolKey::StartupAll, 0}, {IDC_PA_SUPEXIT, BoolKey::SupExit, 0},
+    {IDC_PA_EXITDISCONNECT, BoolKey::ExitDisconnect, 0}, {IDC_PA_CONNECTWAIT, NumberKey::ConnectWait, 10},
+    {IDC_PA_CSIDCACHE, BoolKey::CsidCache, 0}, {IDC_PA_CREATECOOKIE, BoolKey::CreateCookie, 0},
+    {IDC_PA_EPGETCNT, NumberKey::EpGetCnt, 10}, {IDC_PU_PBS, BoolKey::Pbs, 0},
+    {IDC_PU_HOSTPOP, TextKey::HostPop, 512}, {IDC_PU_ACCOUNTPOP, TextKey::AccountPop, 512},
+    {IDC_PU_PASSWORDPOP, TextKey::PasswordPop, 512}, {IDC_PM_HOSTSMTP, TextKey::HostSmtp, 1024},
+    {IDC_PM_FROMSMTP, TextKey::FromSmtp, 512}, {IDC_PM_TOSMTP, TextKey::ToSmtp, 512},
+    {IDC_PM_SUBJECTSMTP, TextKey::SubjectSmtp, 1024}, {IDC_PM_BODYSMTP, TextKey::BodySmtp, 4096},
+    {IDC_PS_AUTOSEND, BoolKey::AutoSend, 0}, {IDC_PS_AUTOSENDINTERVAL, NumberKey::AutoSendInterval, 10},
+    {IDC_PS_MONCHKSEND, BoolKey::MonChkSend, 0}, {IDC_PS_AUTOSENDISCONNECT, BoolKey::AutoSendDisconnect, 0},
+    {IDC_PG_NOMSG, BoolKey::NoMsg, 0}, {IDC_PG_OUTPUTMSGFILE, BoolKey::OutputMsgFile, 0},
+    {IDC_PG_LOGFILEDIR, TextKey::LogFileDir, 260}, {IDC_PR_RETRYCONNECT, BoolKey::RetryConnect, 0},
+    {IDC_PR_RETRYCONNECTMAX, NumberKey::RetryConnectMax, 10}, {IDC_PR_RETRYSENDMAIL, BoolKey::RetrySendMail, 0},
+    {IDC_PR_RETRYSENDMAILMAX, NumberKey::RetrySendMailMax, 10}, {IDC_PR_RETRYHTTPSEND, BoolKey::RetryHttpSend, 0},
+    {IDC_PR_RETRYHTTPSENDMAX, NumberKey::RetryHttpSendMax, 10}, {IDC_PR_RETRYNOMSG, BoolKey::RetryNoMsg, 0},
+    {IDC_PL_OUTPUTPOSLOGFILE, BoolKey::OutputPosLogFile, 0}, {IDC_PL_POSLOGDIR, TextKey::PosLogDir, 260},
+    {IDC_PL_POSLOGMAXSIZE, NumberKey::PosLogMaxSize, 10}, {IDC_PL_POSLOGFORMAT, TextKey::PosLogFormat, 260},
+    {IDC_PF_CLIPBOARDFORMAT, TextKey::ClipboardFormat, 4096},
 };
 
 // Governed control -> the check boxes of which any one enables it.
@@ -133,7 +123,7 @@ TEST_F(SheetTest, EachNumberAndTextBoxShowsAndReadsItsOwnOption) {
         const bool bNumber = std::holds_alternative<NumberKey>(control.key);
         // A box limited to digits would refuse the letters that the reading rule is made for.
         EXPECT_EQ(PageOf(control.nId).Description(control.nId).nStyle & ES_NUMBER, 0u) << control.nId;
-        EXPECT_EQ(PageOf(control.nId).TextLimit(control.nId), kLimits.at(control.nId)) << control.nId;
+        EXPECT_EQ(PageOf(control.nId).TextLimit(control.nId), control.nLimit) << control.nId;
         EXPECT_EQ(PageOf(control.nId).GetText(control.nId), FormatText(bNumber ? u"%d" : u"old%d", bNumber ? 100 + i : i))
             << control.nId;
         Type(control.nId, FormatText(bNumber ? u"%d" : u"new%d", bNumber ? 200 + i : i));
