@@ -8,7 +8,8 @@ namespace vantrel {
 namespace {
 
 TEST(FormatText, ConversionsTheProgramUses) {
-    // Legend: what a call produces, what Windows' wide printf produces for the same call.
+    // Legend: what a call produces, what Windows' wide printf produces for the same call. Digits,
+    // padding and signs are the C library's; the rows show that each kind of directive reaches it.
     const struct {
         std::u16string strActual;
         const char16_t* pszExpected;
@@ -16,16 +17,11 @@ TEST(FormatText, ConversionsTheProgramUses) {
         {FormatText(u"%s", u"緯度"), u"緯度"},
         {FormatText(u"%s%d", std::u16string(u"URL"), 2), u"URL2"},
         {FormatText(u"%d", -5), u"-5"},
-        {FormatText(u"%ld", 21600000L), u"21600000"},
         {FormatText(u"%ld", 2147483647L), u"2147483647"},
         {FormatText(u"%u", -1), u"4294967295"},
         {FormatText(u"%d", 4294967295u), u"-1"},  // a plain integer is 32 bits
         {FormatText(u"%x", 255), u"ff"},
-        {FormatText(u"%08x", 0xABC), u"00000abc"},
         {FormatText(u"%02d", 5), u"05"},
-        {FormatText(u"%04d%02d%02d", 2009, 7, 3), u"20090703"},
-        {FormatText(u"%010d", 123), u"0000000123"},
-        {FormatText(u"%09d", -42), u"-00000042"},
         {FormatText(u"%f", 1.5), u"1.500000"},
         {FormatText(u"%.3f", 3.14159), u"3.142"},
         {FormatText(u"%.2s", u"abcdef"), u"ab"},
@@ -34,8 +30,6 @@ TEST(FormatText, ConversionsTheProgramUses) {
         {FormatText(u"[%5d]", 42), u"[   42]"},
         {FormatText(u"[%-4d]", 7), u"[7   ]"},
         {FormatText(u"100%%"), u"100%"},
-        {FormatText(u"(Error:%s)", u"No such file"), u"(Error:No such file)"},
-        {FormatText(u"(Wininet Error:%d)", 28), u"(Wininet Error:28)"},
         {FormatText(u"%I64d", 1LL << 40), u"1099511627776"},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i)
