@@ -43,6 +43,10 @@ TEST_F(SettingsFile, DefaultRecordIsSavedByteForByte) {
     ASSERT_TRUE(settings.Save(Path("default.ini")));
     EXPECT_EQ(FileText("default.ini"), WindowsDefaultFile());
     EXPECT_EQ(settings.Path(), Path("default.ini"));
+    // Each kind of key finds its own name (nothing in the program asks yet; the record offers it).
+    EXPECT_EQ(settings.KeyName(BoolKey::MailSend), u"MAILSEND");
+    EXPECT_EQ(settings.KeyName(NumberKey::ConnectWait), u"CONNECTWAIT");
+    EXPECT_EQ(settings.KeyName(TextKey::ToSmtp), u"TOSMTP");
     // The default file sits in the folder given, with or without its separator.
     for (const char16_t* pszFolder : {u"/opt/v", u"/opt/v/"}) EXPECT_EQ(settings.DefaultFilePath(pszFolder), u"/opt/v/default.ini");
     EXPECT_EQ(settings.DefaultFilePath(u""), u"/default.ini");
