@@ -1,9 +1,6 @@
 # cmake --install: the program in bin, the libraries it loads when it needs them (window module,
-# HTTP stack, data-line library) in a folder of its own under lib, found through the program's
-# run path; the desktop entry and the icon where the desktop looks for them.
-include(GNUInstallDirs)
-set(VANTREL_LIBRARY_DIR ${CMAKE_INSTALL_LIBDIR}/vantrel)
-
+# HTTP stack, data-line library) in a folder of its own under lib, which the loader looks in and the
+# program's run path names; the desktop entry and the icon where the desktop looks for them.
 install(TARGETS vantrel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 set_target_properties(vantrel PROPERTIES INSTALL_RPATH "$ORIGIN/../${VANTREL_LIBRARY_DIR}")
 install(TARGETS vantrel-qt vantrel-http LIBRARY DESTINATION ${VANTREL_LIBRARY_DIR})

@@ -9,6 +9,10 @@
 #include <thread>
 
 #include "ProgramRig.h"
+#include "port/LibraryLoader.h"
+#include "port/SystemInfo.h"
+#include "settings/TextUtil.h"
+#include "support/TempDir.h"
 
 namespace vantrel {
 namespace {
@@ -85,6 +89,31 @@ TEST(LibraryLoading, MissingOrBrokenWindowModuleIsRefused) {
         EXPECT_EQ(run.nExit, 1);
         EXPECT_TRUE(Has(run.strErr, "vantrel: " + c.strRefusal)) << run.strErr;
     }
+}
+
+// The installed program looks in its own library folder itself. Its run path names that folder
+// too, but dlopen reads the run path of whoever calls it, and a wrapped dlopen (a sanitizer's)
+// is then the caller. The probe's name exists nowhere else, so only that folder can supply it.
+TEST(LibraryLoading, TheInstalledLibraryFolderIsLookedInByName) {
+    struct InstalledAt final : SystemInfo {
+        std::u16string m_strExe;
+        std::u16string ExecutablePath() override { return m_strExe; }
+        bool GetEnv(const char*, std::u16string&) override { return false; }
+        std::uint32_t LastError() override { return 0; }
+        bool ErrorText(std::uint32_t, std::u16string&) override { return false; }
+    } system;
+    TempDir prefix;
+    system.m_strExe = prefix.WideFile("bin/vantrel");
+    const std::string strFolder = prefix.File("bin/" VANTREL_INSTALLED_LIBRARY_DIR);
+    ASSERT_EQ(std::system(("mkdir -p " + strFolder).c_str()), 0);
+    const std::string strExe = VANTREL_EXE;
+    WriteFileBytes(strFolder + "/libvantrel-probe.so", ReadFileBytes(strExe.substr(0, strExe.rfind('/')) + "/libvantrel-http.so"));
+
+    const std::unique_ptr<LibraryLoader> pLoader = CreateLibraryLoader(system);
+    const LibraryHandle hProbe = pLoader->Load(u"libvantrel-probe.so");
+    EXPECT_NE(hProbe, nullptr) << Utf16ToUtf8(pLoader->LastError());
+    pLoader->Free(hProbe);
+    EXPECT_EQ(pLoader->Load(u"libvantrel-absent.so"), nullptr);
 }
 
 TEST(LibraryLoading, NoDisplayIsRefused) {

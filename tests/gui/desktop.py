@@ -193,6 +193,15 @@ class Desktop:
     def xdotool(self, *args):
         return subprocess.run(["xdotool", *args], env=self.env, check=True, stdout=subprocess.PIPE, text=True).stdout
 
+    def window_id(self, name):
+        """The X window of the visible top-level window titled exactly name. A popup that goes away
+        while the search walks the windows makes that search fail, so it is asked again."""
+        def search():
+            found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{name}$"], env=self.env,
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout.split()
+            return found[0] if found else None
+        return wait_for(search, what=f"the window {name!r}")
+
     def x_tree(self):
         return subprocess.run(["xwininfo", "-root", "-tree"], env=self.env, stdout=subprocess.PIPE, text=True).stdout
 

@@ -93,7 +93,7 @@ def main(vantrel):
         d.key("Escape")
 
         step("version")
-        d.xdotool("windowfocus", d.xdotool("search", "--onlyvisible", "--name", "^vantrel$").split()[0])
+        d.xdotool("windowfocus", d.window_id("vantrel"))
         d.key("ctrl+a")
         dialog = wait_for(lambda: d.find(app, role="dialog", name="バージョン情報", showing=True), what="the version dialog")
         labels = [node.get_name() for node in d.find_all(dialog, role="label")]

@@ -37,9 +37,14 @@ public:
         const std::string strExe = Utf16ToUtf8(m_systemInfo.ExecutablePath());
         const std::size_t nSlash = strExe.rfind('/');
         if (nSlash != std::string::npos) {
-            // A copy beside the executable is the one meant, even when it does not load.
-            const std::string strBeside = strExe.substr(0, nSlash + 1) + strNarrow;
-            if (::access(strBeside.c_str(), F_OK) == 0) return Open(strBeside);
+            // A copy beside the executable (the build tree) or in the installed program's own
+            // library folder is the one meant, even when it does not load. The installed folder is
+            // named here rather than left to the run path: dlopen reads the run path of the object
+            // that calls it, and a sanitizer or any other library that wraps dlopen is that caller.
+            const std::string strFolder = strExe.substr(0, nSlash + 1);
+            for (const std::string& strCandidate :
+                 {strFolder + strNarrow, strFolder + VANTREL_INSTALLED_LIBRARY_DIR "/" + strNarrow})
+                if (::access(strCandidate.c_str(), F_OK) == 0) return Open(strCandidate);
         }
         return Open(strNarrow);
     }
