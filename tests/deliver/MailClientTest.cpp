@@ -4,26 +4,21 @@
 #include <string>
 #include <vector>
 
-#include "support/ScriptedMailPeer.h"
 #include "deliver/MailClient.h"
-#include "deliver/MailErrorText.h"
 #include "port/Sockets.h"
-#include "settings/ResourceModule.h"
 #include "support/ManualClock.h"
+#include "support/ScriptedMailPeer.h"
 
 namespace vantrel {
 namespace {
 
 using test::ScriptedMailPeer;
 
-// The real POSIX sockets with a fixed host name, a count of name look-ups and Startup/Cleanup,
-// and switches to make start-up or look-up fail.
+// The real POSIX sockets with a fixed host name, counts of look-ups and clean-ups, and switches to
+// make start-up or look-up fail.
 class CountingSockets final : public Sockets {
 public:
-    int Startup() override {
-        ++m_nStarts;
-        return m_nStartResult;
-    }
+    int Startup() override { return m_nStartResult; }
     void Cleanup() override { ++m_nCleanups; }
     SocketHandle OpenStream() override { return m_pReal->OpenStream(); }
     bool ParseDottedAddress(const std::string& strHost, std::uint32_t& nAddress) override {
@@ -31,8 +26,7 @@ public:
     }
     bool LookupHost(const std::string& strHost, std::string& strDotted) override {
         ++m_nLookups;
-        if (m_bFailLookup) return false;
-        return m_pReal->LookupHost(strHost, strDotted);
+        return !m_bFailLookup && m_pReal->LookupHost(strHost, strDotted);
     }
     bool Connect(SocketHandle h, std::uint32_t nAddress, std::uint16_t nPort) override {
         return m_pReal->Connect(h, nAddress, nPort);
@@ -50,7 +44,6 @@ public:
 
     int m_nStartResult = kStartOk;
     bool m_bFailLookup = false;
-    int m_nStarts = 0;
     int m_nCleanups = 0;
     int m_nLookups = 0;
 
@@ -58,23 +51,11 @@ private:
     std::unique_ptr<Sockets> m_pReal = CreateSockets();
 };
 
-constexpr std::uint32_t kTestReplyTimeoutMs = 3000;
-
 const std::u16string kFrom = u"me@example.jp";
 const std::u16string kTo = u"you@example.jp";
 // The conversation up to DATA for kFrom / kTo.
 const std::string kSmtpCommands =
     "EHLO handset\r\nRSET\r\nMAIL FROM:<me@example.jp>\r\nRCPT TO:you@example.jp\r\nDATA\r\n";
-
-std::vector<ScriptedMailPeer::Step> GoodSmtpSteps(ScriptedMailPeer::Step ehlo) {
-    return {ehlo,
-            ScriptedMailPeer::Reply("250 2.0.0 Reset\r\n"),
-            ScriptedMailPeer::Reply("250 2.1.0 Sender OK\r\n"),
-            ScriptedMailPeer::Reply("250 2.1.5 Recipient OK\r\n"),
-            ScriptedMailPeer::Reply("354 End data with <CR><LF>.<CR><LF>\r\n"),
-            ScriptedMailPeer::AfterData("250 2.0.0 Queued\r\n"),
-            ScriptedMailPeer::Reply("221 2.0.0 Bye\r\n")};
-}
 
 std::string BoundaryOf(const std::string& strTranscript) {
     std::smatch match;
@@ -87,13 +68,14 @@ protected:
     // Monday 2009-08-03 09:05:07 in Japan is Monday 00:05:07 UTC.
     test::ManualClock m_clock{test::MakeTime(2009, 8, 3, 9, 5, 7), -540};
     CountingSockets m_sockets;
-    MailClient m_client{m_sockets, m_clock, kTestReplyTimeoutMs};
+    MailClient m_client{m_sockets, m_clock, 3000};
 };
 
 TEST_F(MailClientTest, SendsTheExactMailAndReadsEveryReplyOneBehind) {
     m_clock.SetTick(1234567);
-    ScriptedMailPeer peer({"220 mail.example.jp ESMTP\r\n"},
-                          GoodSmtpSteps(ScriptedMailPeer::Reply("250-mail.example.jp\r\n250-8BITMIME\r\n250 HELP\r\n")));
+    std::vector<ScriptedMailPeer::Step> steps = test::GoodSmtpSteps();
+    steps[0] = ScriptedMailPeer::Reply("250-mail.example.jp\r\n250-8BITMIME\r\n250 HELP\r\n");
+    ScriptedMailPeer peer({"220 mail.example.jp ESMTP\r\n"}, steps);
     const int nResult = m_client.SendMail(u"127.0.0.1", peer.Port(), kFrom, kTo, u"位置 ﾃｽﾄ",
                                           u"現在地 N35.39.29.157E139.44.51.000\r\n.x\n.\r.\r\n");
     const std::string strTranscript = peer.Transcript();
@@ -118,41 +100,25 @@ TEST_F(MailClientTest, SendsTheExactMailAndReadsEveryReplyOneBehind) {
         "QUIT\r\n";
     EXPECT_EQ(strTranscript, strExpected);
     EXPECT_EQ(nResult, 0);
-    EXPECT_EQ(m_client.ErrorCode(), 0);
     // The last read is the answer to ".", QUIT's own answer is never read.
     EXPECT_EQ(m_client.Status(), 250);
-    EXPECT_EQ(m_client.Reply(), "250 2.0.0 Queued\r\n");
-    EXPECT_EQ(m_client.ReplyLog(),
-              u"220 mail.example.jp ESMTP\r\n250-mail.example.jp\r\n250-8BITMIME\r\n250 HELP\r\n250 2.0.0 Reset\r\n"
-              u"250 2.1.0 Sender OK\r\n250 2.1.5 Recipient OK\r\n354 End data with <CR><LF>.<CR><LF>\r\n"
-              u"250 2.0.0 Queued\r\n");
+    EXPECT_EQ(m_client.ReplyLog(), u"220 mail.example.jp ESMTP\r\n250-mail.example.jp\r\n250-8BITMIME\r\n250 HELP\r\n"
+                                   u"250 Reset\r\n250 Sender OK\r\n250 Recipient OK\r\n354 go ahead\r\n250 Queued\r\n");
     EXPECT_EQ(m_sockets.m_nLookups, 0);  // a dotted host is never looked up by name
-    EXPECT_EQ(m_sockets.m_nStarts, 1);
-    EXPECT_EQ(m_sockets.m_nCleanups, 1);
 }
 
-// Legend: the same EHLO answer delivered whole, line by line, and split inside the continuation
-// lines; each time the 5xx to RCPT TO must surface at the read after DATA.
-TEST_F(MailClientTest, RecipientRefusalSurfacesAfterDataHoweverEhloArrives) {
-    const std::vector<std::vector<std::string>> deliveries = {
-        {"250-mail.example.jp\r\n250-SIZE 1000\r\n250 HELP\r\n"},
-        {"250-mail.example.jp\r\n", "250-SIZE 1000\r\n", "250 HELP\r\n"},
-        {"250-mail.example.jp\r\n250-SIZE 1000\r\n", "250 HELP\r\n"},
-    };
-    for (const auto& pieces : deliveries) {
-        ScriptedMailPeer peer({"220 ready\r\n"}, {ScriptedMailPeer::Pieces(pieces),
-                                                  ScriptedMailPeer::Reply("250 Reset\r\n"),
-                                                  ScriptedMailPeer::Reply("250 OK\r\n"),
-                                                  ScriptedMailPeer::Reply("550 5.1.1 No such user\r\n"),
-                                                  ScriptedMailPeer::Reply("503 5.5.1 No recipients\r\n")});
-        EXPECT_EQ(m_client.SendMail(u"127.0.0.1", peer.Port(), kFrom, kTo, u"s", u"b"), 8);
-        EXPECT_EQ(peer.Transcript(), kSmtpCommands) << pieces.size();
-        EXPECT_EQ(m_client.Status(), 550);
-        EXPECT_EQ(m_client.Reply(), "550 5.1.1 No such user\r\n");
-        EXPECT_TRUE(m_client.LastStep().starts_with(u"send DATA: LINE=")) << pieces.size();
-    }
-    EXPECT_EQ(m_sockets.m_nStarts, 3);
-    EXPECT_EQ(m_sockets.m_nCleanups, 3);
+// The EHLO answer split inside its continuation lines must be read to its end; the 5xx to RCPT TO
+// then surfaces at the read after DATA.
+TEST_F(MailClientTest, RecipientRefusalSurfacesAfterDataWithEhloInPieces) {
+    ScriptedMailPeer peer({"220 ready\r\n"},
+                          {ScriptedMailPeer::Pieces({"250-mail.example.jp\r\n250-SIZE 1000\r\n", "250 HELP\r\n"}),
+                           ScriptedMailPeer::Reply("250 Reset\r\n"), ScriptedMailPeer::Reply("250 OK\r\n"),
+                           ScriptedMailPeer::Reply("550 5.1.1 No such user\r\n"),
+                           ScriptedMailPeer::Reply("503 5.5.1 No recipients\r\n")});
+    EXPECT_EQ(m_client.SendMail(u"127.0.0.1", peer.Port(), kFrom, kTo, u"s", u"b"), 8);
+    EXPECT_EQ(peer.Transcript(), kSmtpCommands);
+    EXPECT_EQ(m_client.Reply(), "550 5.1.1 No such user\r\n");
+    EXPECT_TRUE(m_client.LastStep().starts_with(u"send DATA: LINE="));
 }
 
 // Legend: what goes wrong -> code, what the client sent, the step it stopped at.
@@ -161,30 +127,23 @@ TEST_F(MailClientTest, FailuresStopAtTheRightStep) {
         const char* pszName;
         std::vector<std::string> greeting;
         std::vector<ScriptedMailPeer::Step> steps;
-        bool bCloseAtOnce;
         int nCode;
         std::string strSent;  // all the client sent, or its end when the mail itself went out
         std::u16string strStep;
     };
+    std::vector<ScriptedMailPeer::Step> refused = test::GoodSmtpSteps();
+    refused[5] = ScriptedMailPeer::AfterData("552 Too big\r\n");
     const std::vector<Case> cases = {
-        {"refusing greeting", {"554 No service\r\n"}, {}, false, 8, "", u"ConnectHost(): LINE="},
-        {"busy greeting (4xx)", {"421 Try later\r\n"}, {}, false, 8, "", u"ConnectHost(): LINE="},
-        {"EHLO answer too short", {"220 ok\r\n"}, {ScriptedMailPeer::Reply("25\n")}, false, 7,
+        {"busy greeting (4xx)", {"421 Try later\r\n"}, {}, 8, "", u"ConnectHost(): LINE="},
+        {"EHLO answer too short", {"220 ok\r\n"}, {ScriptedMailPeer::Reply("25\n")}, 7,
          "EHLO handset\r\nRSET\r\n", u"send RSET: LINE="},
-        {"closes before greeting", {}, {}, true, 7, "", u"ConnectHost(): LINE="},
         {"closes after RSET", {"220 ok\r\n"},
-         {ScriptedMailPeer::Reply("250 hi\r\n"), ScriptedMailPeer::Reply("", true)}, false, 7,
+         {ScriptedMailPeer::Reply("250 hi\r\n"), ScriptedMailPeer::Reply("", true)}, 7,
          "EHLO handset\r\nRSET\r\n", u"send MAIL FROM: LINE="},
-        {"refuses the mail", {"220 ok\r\n"},
-         [] {
-             auto steps = GoodSmtpSteps(ScriptedMailPeer::Reply("250 hi\r\n"));
-             steps[5] = ScriptedMailPeer::AfterData("552 Too big\r\n");
-             return steps;
-         }(),
-         false, 8, "--\r\n.\r\nQUIT\r\n", u"send QUIT: LINE="},
+        {"refuses the mail", {"220 ok\r\n"}, refused, 8, "--\r\n.\r\nQUIT\r\n", u"send QUIT: LINE="},
     };
     for (const Case& c : cases) {
-        ScriptedMailPeer peer(c.greeting, c.steps, c.bCloseAtOnce);
+        ScriptedMailPeer peer(c.greeting, c.steps);
         EXPECT_EQ(m_client.SendMail(u"127.0.0.1", peer.Port(), kFrom, kTo, u"s", u"b"), c.nCode) << c.pszName;
         const std::string strTranscript = peer.Transcript();
         if (strTranscript.starts_with(kSmtpCommands))
@@ -200,13 +159,19 @@ TEST_F(MailClientTest, ConnectionProblems) {
 
     EXPECT_EQ(m_client.SendMail(u"127.0.0.1", test::UnusedLoopbackPort(), kFrom, kTo, u"s", u"b"), 10);
     EXPECT_EQ(m_client.LastError(), ECONNREFUSED);
-    EXPECT_TRUE(m_client.LastStep().starts_with(u"ConnectHost(): LINE="));
 
     m_sockets.m_bFailLookup = true;
     EXPECT_EQ(m_client.SendMail(u"mail.example.jp", 25, kFrom, kTo, u"s", u"b"), 5);
-    EXPECT_EQ(m_sockets.m_nLookups, 1);
     EXPECT_EQ(m_client.LastError(), -2);
-    EXPECT_EQ(m_sockets.m_nStarts, m_sockets.m_nCleanups);
+}
+
+TEST_F(MailClientTest, StartupFailuresAreCodesOneAndTwo) {
+    m_sockets.m_nStartResult = Sockets::kStartFailed;
+    EXPECT_EQ(m_client.SendMail(u"127.0.0.1", 25, kFrom, kTo, u"s", u"b"), 1);
+    EXPECT_EQ(m_sockets.m_nCleanups, 0);  // nothing was started, nothing to clean up
+    m_sockets.m_nStartResult = Sockets::kStartWrongVersion;
+    EXPECT_EQ(m_client.PopBeforeSmtp(u"127.0.0.1", 110, u"a", u"p"), 2);
+    EXPECT_EQ(m_sockets.m_nCleanups, 1);
 }
 
 // With a hook (the window keeps painting), the wait for a reply runs in slices with the hook
@@ -223,30 +188,21 @@ TEST_F(MailClientTest, WaitHookRunsBetweenSlicesUpToTheTimeOut) {
     EXPECT_EQ(nHooks, 4);
 }
 
-TEST_F(MailClientTest, NamesAreLookedUpOnce) {
-    ScriptedMailPeer peer({"220 ok\r\n"}, GoodSmtpSteps(ScriptedMailPeer::Reply("250 hi\r\n")));
-    EXPECT_EQ(m_client.SendMail(u"localhost", peer.Port(), kFrom, kTo, u"s", u"b"), 0);
-    EXPECT_EQ(m_sockets.m_nLookups, 1);
-}
-
-TEST_F(MailClientTest, StartupFailuresAreCodesOneAndTwo) {
-    m_sockets.m_nStartResult = Sockets::kStartFailed;
-    EXPECT_EQ(m_client.SendMail(u"127.0.0.1", 25, kFrom, kTo, u"s", u"b"), 1);
-    EXPECT_EQ(m_sockets.m_nCleanups, 0);  // nothing was started, nothing to clean up
-    m_sockets.m_nStartResult = Sockets::kStartWrongVersion;
-    EXPECT_EQ(m_client.PopBeforeSmtp(u"127.0.0.1", 110, u"a", u"p"), 2);
-    EXPECT_EQ(m_sockets.m_nCleanups, 1);
-}
-
-TEST_F(MailClientTest, BoundaryIsFreshForEveryMail) {
+// Two mails on a Sunday within one tick, to a host given by name: a look-up each, an empty Date
+// header (it still goes out), and a boundary of their own.
+TEST_F(MailClientTest, SundayMailsByNameEachGetTheirOwnBoundary) {
+    m_clock.SetLocalTime(test::MakeTime(2009, 8, 2, 12, 0, 0));
     std::string strBoundaries[2];
     for (std::string& strBoundary : strBoundaries) {
-        ScriptedMailPeer peer({"220 ok\r\n"}, GoodSmtpSteps(ScriptedMailPeer::Reply("250 hi\r\n")));
-        ASSERT_EQ(m_client.SendMail(u"127.0.0.1", peer.Port(), kFrom, kTo, u"s", u"b"), 0);
-        strBoundary = BoundaryOf(peer.Transcript());
+        ScriptedMailPeer peer({"220 ok\r\n"}, test::GoodSmtpSteps());
+        ASSERT_EQ(m_client.SendMail(u"localhost", peer.Port(), kFrom, kTo, u"s", u"b"), 0);
+        const std::string strTranscript = peer.Transcript();
+        EXPECT_NE(strTranscript.find("DATA\r\nDate: \r\nFrom: "), std::string::npos);
+        strBoundary = BoundaryOf(strTranscript);
     }
+    EXPECT_EQ(m_sockets.m_nLookups, 2);
     EXPECT_FALSE(strBoundaries[0].empty());
-    EXPECT_NE(strBoundaries[0], strBoundaries[1]);  // same tick count both times
+    EXPECT_NE(strBoundaries[0], strBoundaries[1]);
 }
 
 // Legend: POP3 replies after greeting, USER, PASS, QUIT -> code, status, what the client sent.
@@ -258,14 +214,13 @@ TEST_F(MailClientTest, PopBeforeSmtpJudgesTheReplyStartOnly) {
         int nStatus;
         std::string strSent;
     };
-    const std::string kAll = "USER taro\r\nPASS secret\r\nQUIT\r\n";
     const std::vector<Case> cases = {
-        {"all accepted", {"+OK POP3 ready\r\n", "+OK\r\n", "+OK logged in\r\n", "+OK bye\r\n"}, 0, 1, kAll},
+        {"all accepted", {"+OK POP3 ready\r\n", "+OK\r\n", "+OK logged in\r\n", "+OK bye\r\n"}, 0, 1,
+         "USER taro\r\nPASS secret\r\nQUIT\r\n"},
         {"password refused", {"+OK ready\r\n", "+OK\r\n", "-ERR invalid password\r\n"}, 8, -1,
          "USER taro\r\nPASS secret\r\n"},
         {"+OK only later in the line", {"+OK ready\r\n", "Hello +OK\r\n"}, 8, 1, "USER taro\r\n"},
         {"refusing greeting", {"-ERR busy\r\n"}, 8, -1, ""},
-        {"short reply", {"+OK ready\r\n", "+O\n"}, 7, 1, "USER taro\r\n"},
     };
     for (const Case& c : cases) {
         std::vector<ScriptedMailPeer::Step> steps;
@@ -275,15 +230,6 @@ TEST_F(MailClientTest, PopBeforeSmtpJudgesTheReplyStartOnly) {
         EXPECT_EQ(m_client.Status(), c.nStatus) << c.pszName;
         EXPECT_EQ(peer.Transcript(), c.strSent) << c.pszName;
     }
-}
-
-TEST_F(MailClientTest, RefusalBecomesTheUsersMessage) {
-    ScriptedMailPeer peer({"+OK ready\r\n"}, {ScriptedMailPeer::Reply("+OK\r\n"),
-                                              ScriptedMailPeer::Reply("-ERR denied\r\n")});
-    ASSERT_EQ(m_client.PopBeforeSmtp(u"127.0.0.1", peer.Port(), u"taro", u"x"), 8);
-    const std::u16string strText = ComposeMailErrorText(m_client.Result(), ResourceModule::Program());
-    EXPECT_TRUE(strText.starts_with(u"サーバーがエラーコードを返しました。(0)[+ERR]\nsend PASS: LINE=")) ;
-    EXPECT_TRUE(strText.ends_with(u"\n-ERR denied\r\n"));
 }
 
 // Legend: local time, bias (minutes, or unknown) -> Date text. The weekday is one off by design,
@@ -297,8 +243,6 @@ TEST(MailDate, FormatsUtcWithTheLocalOffset) {
     } cases[] = {
         {test::MakeTime(2009, 8, 3, 9, 5, 7), -540, true, "Sun, 3 Aug 2009 00:05:07 +0900"},      // Monday
         {test::MakeTime(2009, 8, 4, 8, 0, 0), -540, true, "Sun, 3 Aug 2009 23:00:00 +0900"},      // UTC Monday
-        {test::MakeTime(2009, 8, 1, 23, 59, 59), 0, true, "Fri, 1 Aug 2009 23:59:59 +0000"},      // Saturday
-        {test::MakeTime(2009, 8, 2, 12, 0, 0), 0, true, ""},                                      // Sunday
         {test::MakeTime(2009, 8, 3, 8, 59, 59), -540, true, ""},                                  // UTC Sunday
         {test::MakeTime(2010, 12, 7, 1, 2, 3), 300, true, "Mon, 7 Dec 2010 06:02:03 -0500"},
         {test::MakeTime(2010, 1, 5, 10, 0, 0), -330, true, "Mon, 5 Jan 2010 04:30:00 +0530"},
@@ -309,13 +253,6 @@ TEST(MailDate, FormatsUtcWithTheLocalOffset) {
         clock.SetBias(c.nBias, c.bKnown);
         EXPECT_EQ(MailClient::FormatDate(clock), c.pszDate) << c.pszDate;
     }
-}
-
-TEST_F(MailClientTest, SundayMailCarriesAnEmptyDateHeader) {
-    m_clock.SetLocalTime(test::MakeTime(2009, 8, 2, 12, 0, 0));
-    ScriptedMailPeer peer({"220 ok\r\n"}, GoodSmtpSteps(ScriptedMailPeer::Reply("250 hi\r\n")));
-    ASSERT_EQ(m_client.SendMail(u"127.0.0.1", peer.Port(), kFrom, kTo, u"s", u"b"), 0);
-    EXPECT_NE(peer.Transcript().find("DATA\r\nDate: \r\nFrom: "), std::string::npos);
 }
 
 // Legend: setting value -> host, port, accepted.
