@@ -32,29 +32,17 @@ std::string IconvToIso2022Jp(const std::string& strUtf8) {
 
 std::string Convert(const std::u16string& strWide) { return ShiftJisToIso2022Jp(ToMultiByte(strWide)); }
 
-TEST(MailEncoding, AsciiPassesUnchangedWithoutEscapes) {
-    const std::string strText = "Position N35.39.29.157E139.44.51.000 /~!@#$%^&*()_+{}|";
-    EXPECT_EQ(ShiftJisToIso2022Jp(strText), strText);
-    EXPECT_EQ(ShiftJisToIso2022Jp(""), "");
-}
-
-TEST(MailEncoding, KanjiAndAsciiSwitchModesAndEndInAscii) {
-    // 漢 = JIS 0x3441, 字 = 0x3B7A
-    EXPECT_EQ(Convert(u"abc漢"), "abc" + kToJis + "\x34\x41" + kToAscii);
-    EXPECT_EQ(Convert(u"漢字abc漢字"),
-              kToJis + "\x34\x41\x3B\x7A" + kToAscii + "abc" + kToJis + "\x34\x41\x3B\x7A" + kToAscii);
-}
-
-// Legend: texts of kanji, kana and ASCII; glibc must produce the same bytes as Shift-JIS -> ours.
+// Legend: texts of kanji, kana and ASCII; glibc must produce the same bytes as Shift-JIS -> ours
+// (ASCII alone passes without escapes, a switch to kanji and back ends in ASCII).
 TEST(MailEncoding, AgreesWithGlibcOnKanjiAndAscii) {
     const std::vector<std::string> texts = {
-        "東京都千代田区", "位置情報の取得に失敗しました。", "N35.39.29.157 は 東経139度",
-        "漢字abc漢字", "2009年08月03日 12時05分07秒", "こんにちは、世界！ (test) ＡＢＣ１２３",
+        "", "Position N35.39.29.157E139.44.51.000 /~!@#$%^&*()_+{}|", "abc漢", "東京都千代田区",
+        "位置情報の取得に失敗しました。", "N35.39.29.157 は 東経139度", "漢字abc漢字", "2009年08月03日 12時05分07秒", "こんにちは、世界！ (test) ＡＢＣ１２３",
         "ソ十表能申", "亜唖娃阿 熙 腕 弌 凜 熙",  // first and last of both JIS levels, trail bytes 0x5C/0x7E/0x80/0x9E/0x9F
+        "櫻",                                   // the last lead byte below the kana, 0x9F
     };
-    for (const std::string& strText : texts) {
+    for (const std::string& strText : texts)
         EXPECT_EQ(Convert(Utf8ToUtf16(strText)), IconvToIso2022Jp(strText)) << strText;
-    }
 }
 
 TEST(MailEncoding, HalfWidthKatakanaBecomeFullWidthJis) {
@@ -63,11 +51,10 @@ TEST(MailEncoding, HalfWidthKatakanaBecomeFullWidthJis) {
         "。「」、・ヲァィゥェォャュョッーアイウエオカキクケコサシスセソタチツテトナニヌネノハヒフヘホマミムメモヤユヨラリルレロワン゛゜";
     const std::u16string strFullWide = Utf8ToUtf16(strFull);
     ASSERT_EQ(strFullWide.size(), 63u);
-    for (int nByte = 0xA1; nByte <= 0xDF; ++nByte) {
-        const std::string strHalf(1, static_cast<char>(nByte));
-        const std::string strExpected = IconvToIso2022Jp(Utf16ToUtf8(strFullWide.substr(nByte - 0xA1, 1)));
-        EXPECT_EQ(ShiftJisToIso2022Jp(strHalf), strExpected) << std::hex << nByte;
-    }
+    for (int nByte = 0xA1; nByte <= 0xDF; ++nByte)
+        EXPECT_EQ(ShiftJisToIso2022Jp(std::string(1, static_cast<char>(nByte))),
+                  IconvToIso2022Jp(Utf16ToUtf8(strFullWide.substr(nByte - 0xA1, 1))))
+            << std::hex << nByte;
 }
 
 // Legend: half-width text -> the full-width text it must read as (marks combine only where JIS
@@ -81,10 +68,7 @@ TEST(MailEncoding, SoundMarksCombineWhereJisHasTheCharacter) {
         {u"ｳﾞ", "ヴ"},         {u"ｱﾞ", "ア゛"}, {u"ｶﾟ", "カ゜"},              {u"ﾞ", "゛"},
         {u"ﾃﾞｰﾀa", "データa"}, {u"aｶﾞ", "aガ"},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Convert(c.pszHalf), IconvToIso2022Jp(c.pszFull)) << c.pszFull;
-    }
-    EXPECT_EQ(ShiftJisToIso2022Jp("\xB6\xDE"), kToJis + "\x25\x2C" + kToAscii);  // KA + mark -> GA, one character
+    for (const auto& c : cases) EXPECT_EQ(Convert(c.pszHalf), IconvToIso2022Jp(c.pszFull)) << c.pszFull;
 }
 
 TEST(MailEncoding, ByteOutsideTheCharacterSetsAndCutLeadByte) {
@@ -100,14 +84,12 @@ TEST(MailEncoding, ByteOutsideTheCharacterSetsAndCutLeadByte) {
     EXPECT_EQ(ShiftJisToIso2022Jp("\x8A\xBF\x1B(Ba"), kToJis + "\x34\x41" + kToAscii + "(Ba");
 }
 
-TEST(MailEncoding, SubjectIsOneBase64PieceOfTheJisText) {
-    // Python's iso2022_jp codec gives the same bytes for "位置 テスト".
-    EXPECT_EQ(EncodeSubjectBase64(u"位置 ﾃｽﾄ"), "GyRCMExDVhsoQiAbJEIlRiU5JUgbKEI=");
+// However long, the subject stays one Base64 piece: a line break would end the header.
+TEST(MailEncoding, LongSubjectIsOneBase64PieceOfTheJisText) {
     const std::u16string strLong(200, u'漢');
     const std::string strEncoded = EncodeSubjectBase64(strLong);
     EXPECT_EQ(strEncoded.find_first_of("\r\n "), std::string::npos);
     EXPECT_EQ(Base64Decode(strEncoded), Convert(strLong));
-    EXPECT_EQ(EncodeSubjectBase64(u""), "");
 }
 
 }  // namespace
