@@ -41,32 +41,20 @@ TEST_F(MessageFacilityTest, LogLinesStartTheDayFileWithTheMark) {
     EXPECT_TRUE(m_boxes.Boxes().empty());
 }
 
+// Nobody to ask: a notice is acknowledged and any choice answered Yes, so that unattended runs take
+// the affirmative branch; with boxes the user's answer counts.
 TEST_F(MessageFacilityTest, AnswersWithAndWithoutBoxes) {
-    // Legend: facility flags, box style, answer of the (recording) box, expected result, box shown.
-    const struct {
-        std::uint32_t nFacilityFlags, nStyle;
-        int nBoxAnswer, nExpected;
-        bool bShown;
-    } cases[] = {
-        {0, mb::kYesNo, mb::kIdNo, mb::kIdYes, false},                          // silent: a choice is Yes
-        {0, mb::kIconHand, mb::kIdNo, mb::kIdOk, false},                        // silent: a notice is OK
-        {0, mb::kOkCancel, mb::kIdNo, mb::kIdYes, false},
-        {MessageFacility::kShowBoxes, mb::kYesNo, mb::kIdNo, mb::kIdNo, true},  // the user's answer
-        {MessageFacility::kShowBoxes | MessageFacility::kLogToFile, mb::kOk, mb::kIdOk, mb::kIdOk, true},
-    };
-    for (const auto& c : cases) {
-        test::RecordingMessageBox boxes;
-        boxes.SetAnswer(c.nBoxAnswer);
-        MessageFacility facility(m_clock, *m_pFiles, boxes, ResourceModule::Program());
-        facility.SetFlags(c.nFacilityFlags);
-        EXPECT_EQ(facility.ShowMessageId(0, IDS_ASK_DISCONNECT, caption::kConfirm, c.nStyle), c.nExpected);
-        ASSERT_EQ(boxes.Boxes().size(), c.bShown ? 1u : 0u);
-        if (c.bShown) {
-            EXPECT_EQ(boxes.Boxes()[0].strText, u"接続中です。切断してもよろしいですか？");
-            EXPECT_EQ(boxes.Boxes()[0].strCaption, u"確認");
-            EXPECT_EQ(boxes.Boxes()[0].nFlags, c.nStyle);
-        }
-    }
+    m_boxes.SetAnswer(mb::kIdNo);
+    m_facility.SetFlags(0);
+    EXPECT_EQ(m_facility.ShowMessageId(0, IDS_ASK_DISCONNECT, caption::kConfirm, mb::kYesNo), mb::kIdYes);
+    EXPECT_EQ(m_facility.ShowMessage(0, u"x", caption::kError, mb::kIconHand), mb::kIdOk);
+    EXPECT_TRUE(m_boxes.Boxes().empty());
+    m_facility.SetFlags(MessageFacility::kShowBoxes);
+    EXPECT_EQ(m_facility.ShowMessageId(0, IDS_ASK_DISCONNECT, caption::kConfirm, mb::kYesNo), mb::kIdNo);
+    ASSERT_EQ(m_boxes.Boxes().size(), 1u);
+    EXPECT_EQ(m_boxes.Boxes()[0].strText, u"接続中です。切断してもよろしいですか？");
+    EXPECT_EQ(m_boxes.Boxes()[0].strCaption, u"確認");
+    EXPECT_EQ(m_boxes.Boxes()[0].nFlags, mb::kYesNo);
 }
 
 // Until a folder is accepted the lines go nowhere, not even to the working folder.
@@ -90,25 +78,14 @@ TEST_F(MessageFacilityTest, FailedLogStillShowsTheBox) {
     EXPECT_EQ(m_boxes.Boxes()[0].strCaption, u"エラー");
 }
 
+// A refused folder leaves the one accepted before; the separator is added once.
 TEST_F(MessageFacilityTest, LogFolderAcceptsOnlyDirectories) {
-    const std::u16string strDir = m_dir.WidePath();
-    test::WriteFileBytes(m_dir.File("plain"), "x");
-    // Legend: path given, accepted, folder kept afterwards.
-    const struct {
-        std::u16string strPath;
-        bool bAccepted;
-        std::u16string strFolder;
-    } cases[] = {
-        {strDir, true, strDir + u"/"},
-        {strDir + u"/", true, strDir + u"/"},
-        {m_dir.WideFile("plain"), false, strDir + u"/"},
-        {u"", false, strDir + u"/"},
-        {m_dir.WideFile("missing"), false, strDir + u"/"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(m_facility.SetLogFolder(c.strPath), c.bAccepted);
-        EXPECT_EQ(m_facility.LogFolder(), c.strFolder);
-    }
+    const std::u16string strDir = m_dir.WidePath() + u"/";
+    EXPECT_FALSE(m_facility.SetLogFolder(u""));
+    EXPECT_FALSE(m_facility.SetLogFolder(m_dir.WideFile("missing")));
+    EXPECT_EQ(m_facility.LogFolder(), strDir);
+    EXPECT_TRUE(m_facility.SetLogFolder(strDir));
+    EXPECT_EQ(m_facility.LogFolder(), strDir);
 }
 
 TEST_F(MessageFacilityTest, PositionLogSizeLimit) {
@@ -138,6 +115,7 @@ TEST_F(MessageFacilityTest, PositionLogNamesAndMissingFolder) {
     EXPECT_EQ(m_facility.WritePositionLog(u"a", nullptr, m_dir.WidePath(), 0), 6u);  // no suffix, no "."
     EXPECT_EQ(test::ReadFileBytes(m_dir.File("20090129")), kMark + Utf16Le(u"a\r\n"));
     EXPECT_EQ(m_facility.WritePositionLog(u"a", u"pos", m_dir.WideFile("missing"), 0), 0u);
+    EXPECT_EQ(m_facility.WritePositionLog(u"a", u"pos", u"", 0), 0u);
     EXPECT_FALSE(std::filesystem::exists(m_dir.File("missing")));
 }
 
