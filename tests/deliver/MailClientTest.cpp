@@ -128,7 +128,9 @@ TEST_F(MailClientTest, FailuresStopAtTheRightStep) {
         std::vector<std::string> greeting;
         std::vector<ScriptedMailPeer::Step> steps;
         int nCode;
-        std::string strSent;  // all the client sent, or its end when the mail itself went out
+        // The start of what the client sent, or its end when the mail itself went out; the step
+        // shows that nothing followed (a peer that hangs up may not have read the last command).
+        std::string strSent;
         std::u16string strStep;
     };
     std::vector<ScriptedMailPeer::Step> refused = test::GoodSmtpSteps();
@@ -137,8 +139,8 @@ TEST_F(MailClientTest, FailuresStopAtTheRightStep) {
         {"busy greeting (4xx)", {"421 Try later\r\n"}, {}, 8, "", u"ConnectHost(): LINE="},
         {"EHLO answer too short", {"220 ok\r\n"}, {ScriptedMailPeer::Reply("25\n")}, 7,
          "EHLO handset\r\nRSET\r\n", u"send RSET: LINE="},
-        {"closes after RSET", {"220 ok\r\n"},
-         {ScriptedMailPeer::Reply("250 hi\r\n"), ScriptedMailPeer::Reply("", true)}, 7,
+        {"closes after RSET (4 bytes are a reply)", {"220 ok\r\n"},
+         {ScriptedMailPeer::Reply("250\n"), ScriptedMailPeer::Reply("", true)}, 7,
          "EHLO handset\r\nRSET\r\n", u"send MAIL FROM: LINE="},
         {"refuses the mail", {"220 ok\r\n"}, refused, 8, "--\r\n.\r\nQUIT\r\n", u"send QUIT: LINE="},
     };
@@ -149,7 +151,7 @@ TEST_F(MailClientTest, FailuresStopAtTheRightStep) {
         if (strTranscript.starts_with(kSmtpCommands))
             EXPECT_TRUE(strTranscript.ends_with(c.strSent)) << c.pszName;
         else
-            EXPECT_EQ(strTranscript, c.strSent) << c.pszName;
+            EXPECT_TRUE(strTranscript.starts_with(c.strSent)) << c.pszName << ": " << strTranscript;
         EXPECT_TRUE(m_client.LastStep().starts_with(c.strStep)) << c.pszName;
     }
 }
