@@ -25,6 +25,14 @@ protected:
         m_pLoader->Free(hLibrary);
         return strCalls;
     }
+    // Whether the library beside this test program is still loaded by anyone.
+    bool IsLoaded(const std::u16string& strLibrary) const {
+        const std::u16string strExe = m_pSystemInfo->ExecutablePath();
+        const std::string strPath = Utf16ToUtf8(strExe.substr(0, strExe.rfind(u'/') + 1) + strLibrary);
+        void* hLibrary = ::dlopen(strPath.c_str(), RTLD_NOW | RTLD_NOLOAD);
+        if (hLibrary) ::dlclose(hLibrary);
+        return hLibrary != nullptr;
+    }
 };
 
 TEST_F(ConnectionManagerTest, ForwardsToTheObjectAndDeletesIt) {
@@ -43,6 +51,7 @@ TEST_F(ConnectionManagerTest, ForwardsToTheObjectAndDeletesIt) {
     EXPECT_EQ(conn.GetConnection(), 0);
     EXPECT_EQ(Calls(u"libfakeconn_both.so"), "create\nConnect\nDisconnect\nIsConnected\nGetConnection\ndelete\n");
     m_pLoader->Free(hKeep);
+    EXPECT_FALSE(IsLoaded(u"libfakeconn_both.so"));
 }
 
 // Library -> Init result; no object, every call answers 0, and the library is not left loaded.
@@ -55,16 +64,12 @@ TEST_F(ConnectionManagerTest, IncompleteOrMissingLibraries) {
         {u"libfakeconn_none.so", false},
         {u"libfakeconn_absent.so", true},  // the program runs on without a data-line library
     };
-    const std::u16string strExe = m_pSystemInfo->ExecutablePath();
     for (const auto& c : cases) {
         ConnectionManager conn(*m_pLoader, m_messages, c.pszLibrary);
         EXPECT_EQ(conn.Init(), c.bInit) << Utf16ToUtf8(c.pszLibrary);
         EXPECT_FALSE(conn.HasObject());
         EXPECT_EQ(conn.Connect() + conn.Disconnect() + conn.IsConnected() + conn.GetConnection(), 0);
-        const std::string strBeside = Utf16ToUtf8(strExe.substr(0, strExe.rfind(u'/') + 1) + c.pszLibrary);
-        void* hLibrary = ::dlopen(strBeside.c_str(), RTLD_NOW | RTLD_NOLOAD);
-        EXPECT_EQ(hLibrary, nullptr) << strBeside;
-        if (hLibrary) ::dlclose(hLibrary);
+        EXPECT_FALSE(IsLoaded(c.pszLibrary)) << Utf16ToUtf8(c.pszLibrary);
     }
     EXPECT_EQ(Calls(u"libfakeconn_createonly.so"), "");
 }

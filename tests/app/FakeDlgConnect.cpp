@@ -19,8 +19,9 @@ int Log(const char* pszCall, int nResult) {
 // Each call answers differently, so that a call forwarded to the wrong one shows.
 class FakeConnection final : public vantrel::DlgConnect {
 public:
-    int Connect(std::uintptr_t, std::uintptr_t, std::uint32_t, std::uint32_t, const char16_t*) override {
-        return Log("Connect", 1);
+    // The two reserved arguments must be zero: anything else is refused.
+    int Connect(std::uintptr_t n1, std::uintptr_t n2, std::uint32_t, std::uint32_t, const char16_t*) override {
+        return Log("Connect", n1 == 0 && n2 == 0 ? 1 : 0);
     }
     int Disconnect(std::uint32_t, const char16_t*) override { return Log("Disconnect", 2); }
     int IsConnected() override { return Log("IsConnected", 1); }
