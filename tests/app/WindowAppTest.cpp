@@ -134,10 +134,9 @@ protected:
     void TearDown() override { unsetenv("VANTREL_HOME"); }
 
     // Runs the program; each step is posted in turn once the window is up.
-    int Run(std::vector<std::function<void()>> steps, FakeWindowModule* pModule = nullptr) {
-        if (!pModule) pModule = &m_module;
-        for (auto& step : steps) pModule->m_ui.Post(std::move(step));
-        m_pApp = std::make_unique<WindowApp>(m_line, m_err, pModule);
+    int Run(std::vector<std::function<void()>> steps) {
+        for (auto& step : steps) m_module.m_ui.Post(std::move(step));
+        m_pApp = std::make_unique<WindowApp>(m_line, m_err, &m_module);
         return m_pApp->Run();
     }
     FakeMainWindow& Window() { return *m_module.m_pWindow; }
@@ -210,18 +209,18 @@ TEST_F(WindowAppTest, VersionDialogFollowsTheScreen) {
         module.m_bWide = bWide;
         int nWidthSeen = 0;
         std::u16string strVersion, strDate;
-        ASSERT_EQ(Run({[&] { module.m_pWindow->m_fnCommand(IDM_VERSION); },
-                       // Runs inside the dialog's modal loop: look, then close it as Escape does.
-                       [&] {
-                           MemoryDialogHost& dialog = *module.m_dialogs.ActiveModal();
-                           nWidthSeen = dialog.Frame().cx;
-                           strVersion = dialog.GetText(IDC_VER_VERSION);
-                           strDate = dialog.GetText(IDC_VER_DATE);
-                           dialog.SendCommand(IDC_CANCEL);
-                       },
-                       [&] { module.m_pWindow->m_fnClose(); }},
-                      &module),
-                  0);
+        module.m_ui.Post([&] { module.m_pWindow->m_fnCommand(IDM_VERSION); });
+        // Runs inside the dialog's modal loop: look, then close it as Escape does.
+        module.m_ui.Post([&] {
+            MemoryDialogHost& dialog = *module.m_dialogs.ActiveModal();
+            nWidthSeen = dialog.Frame().cx;
+            strVersion = dialog.GetText(IDC_VER_VERSION);
+            strDate = dialog.GetText(IDC_VER_DATE);
+            dialog.SendCommand(IDC_CANCEL);
+        });
+        module.m_ui.Post([&] { module.m_pWindow->m_fnClose(); });
+        WindowApp app(m_line, m_err, &module);  // goes before the module it runs on
+        ASSERT_EQ(app.Run(), 0);
         EXPECT_EQ(nWidthSeen, nWidth) << bWide;
         EXPECT_EQ(strVersion, u"Version 0.1.0");
         EXPECT_EQ(strDate.rfind(u"Build 20", 0), 0u) << Utf16ToUtf8(strDate);
