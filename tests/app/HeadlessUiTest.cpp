@@ -66,5 +66,18 @@ TEST_F(HeadlessUiThreadTest, DialogClosedBeforeItsRunEndsItAtOnce) {
     EXPECT_EQ(host.RunModal(), 2);
 }
 
+// A row inserted or deleted before the selected one moves the selection with its row.
+TEST_F(HeadlessUiThreadTest, ListSelectionFollowsItsRow) {
+    MemoryDialogHost host(m_ui);
+    host.CreateControl({1101, u"SysListView32", u""});
+    for (const char16_t* pszRow : {u"a", u"b"}) host.ListInsertRow(1101, -1, {pszRow});
+    host.ListSetSel(1101, 1);
+    host.ListInsertRow(1101, 0, {u"z"});
+    EXPECT_EQ(host.ListGetSel(1101), 2);
+    host.ListDeleteRow(1101, 0);
+    EXPECT_EQ(host.ListGetSel(1101), 1);
+    EXPECT_EQ(host.ListGetCell(1101, 1, 0), u"b");
+}
+
 }  // namespace
 }  // namespace vantrel
