@@ -1,3 +1,5 @@
+// The data-line library as the program loads it: the real loader, stand-in libraries beside this
+// test program.
 #include "app/ConnectionManager.h"
 
 #include <dlfcn.h>
@@ -6,7 +8,6 @@
 
 #include "settings/TextUtil.h"
 #include "support/LoaderRig.h"
-#include "support/TempDir.h"
 
 namespace vantrel {
 namespace {
@@ -15,11 +16,6 @@ namespace {
 // loading them by bare name also shows that the program's folder is searched first.
 class ConnectionManagerTest : public ::testing::Test, public test::LoaderRig {
 protected:
-    ConnectionManagerTest() {
-        m_messages.SetFlags(MessageFacility::kLogToFile | MessageFacility::kShowBoxes);
-        m_messages.SetLogFolder(m_dir.WidePath());
-    }
-
     // The calls the fake library has seen, read through a handle of our own.
     std::string Calls(const std::u16string& strLibrary) {
         const LibraryHandle hLibrary = m_pLoader->Load(strLibrary);
@@ -29,17 +25,14 @@ protected:
         m_pLoader->Free(hLibrary);
         return strCalls;
     }
-
-    static bool IsLoaded(const std::u16string& strLibrary) {
-        const std::string strPath = Utf16ToUtf8(strLibrary);
+    // Whether the library beside this test program is still loaded by anyone.
+    bool IsLoaded(const std::u16string& strLibrary) const {
+        const std::u16string strExe = m_pSystemInfo->ExecutablePath();
+        const std::string strPath = Utf16ToUtf8(strExe.substr(0, strExe.rfind(u'/') + 1) + strLibrary);
         void* hLibrary = ::dlopen(strPath.c_str(), RTLD_NOW | RTLD_NOLOAD);
         if (hLibrary) ::dlclose(hLibrary);
         return hLibrary != nullptr;
     }
-
-    std::u16string Folder() const { return m_messages.LogFolder(); }
-
-    test::TempDir m_dir;
 };
 
 TEST_F(ConnectionManagerTest, ForwardsToTheObjectAndDeletesIt) {
@@ -56,13 +49,12 @@ TEST_F(ConnectionManagerTest, ForwardsToTheObjectAndDeletesIt) {
     EXPECT_FALSE(conn.HasObject());
     EXPECT_EQ(conn.Connect(), 0);
     EXPECT_EQ(conn.GetConnection(), 0);
-    const std::string strFolder = Utf16ToUtf8(Folder());
-    EXPECT_EQ(Calls(u"libfakeconn_both.so"), "create\nConnect 0 0 3000 3 " + strFolder + "\nDisconnect 3 " + strFolder +
-                                                 "\nIsConnected\nGetConnection\ndelete\n");
+    EXPECT_EQ(Calls(u"libfakeconn_both.so"), "create\nConnect\nDisconnect\nIsConnected\nGetConnection\ndelete\n");
     m_pLoader->Free(hKeep);
+    EXPECT_FALSE(IsLoaded(u"libfakeconn_both.so"));
 }
 
-// Library -> Init result, object kept, library still loaded afterwards.
+// Library -> Init result; no object, every call answers 0, and the library is not left loaded.
 TEST_F(ConnectionManagerTest, IncompleteOrMissingLibraries) {
     const struct {
         const char16_t* pszLibrary;
@@ -76,15 +68,8 @@ TEST_F(ConnectionManagerTest, IncompleteOrMissingLibraries) {
         ConnectionManager conn(*m_pLoader, m_messages, c.pszLibrary);
         EXPECT_EQ(conn.Init(), c.bInit) << Utf16ToUtf8(c.pszLibrary);
         EXPECT_FALSE(conn.HasObject());
-        EXPECT_EQ(conn.Connect(), 0);
-        EXPECT_EQ(conn.Disconnect(), 0);
-        EXPECT_EQ(conn.IsConnected(), 0);
-        EXPECT_EQ(conn.GetConnection(), 0);
-        const std::u16string strBeside = [&] {
-            const std::u16string strExe = m_pSystemInfo->ExecutablePath();
-            return strExe.substr(0, strExe.rfind(u'/') + 1) + c.pszLibrary;
-        }();
-        EXPECT_FALSE(IsLoaded(strBeside)) << Utf16ToUtf8(c.pszLibrary);
+        EXPECT_EQ(conn.Connect() + conn.Disconnect() + conn.IsConnected() + conn.GetConnection(), 0);
+        EXPECT_FALSE(IsLoaded(c.pszLibrary)) << Utf16ToUtf8(c.pszLibrary);
     }
     EXPECT_EQ(Calls(u"libfakeconn_createonly.so"), "");
 }

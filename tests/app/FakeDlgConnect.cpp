@@ -1,7 +1,7 @@
 // A stand-in data-line library for the tests, built three times: with both entry points, with the
-// create entry point only, and with neither. It logs every call as a line of plain text; the log
-// is a C array so that nothing keeps the library loaded after it is freed.
-#include <cstdio>
+// create entry point only, and with neither. It logs every call as a line of plain text (what the
+// calls carry is checked through the form's own fake); the log is a C array so that nothing keeps
+// the library loaded after it is freed.
 #include <cstring>
 
 #include "port/DlgConnect.h"
@@ -10,43 +10,22 @@ namespace {
 
 char g_szCalls[4096];
 
-void Append(const char* pszLine) {
-    std::strncat(g_szCalls, pszLine, sizeof g_szCalls - std::strlen(g_szCalls) - 1);
+int Log(const char* pszCall, int nResult) {
+    std::strncat(g_szCalls, pszCall, sizeof g_szCalls - std::strlen(g_szCalls) - 1);
     std::strncat(g_szCalls, "\n", sizeof g_szCalls - std::strlen(g_szCalls) - 1);
+    return nResult;
 }
 
-void ToAscii(const char16_t* pszWide, char* pszOut, std::size_t nSize) {
-    std::size_t i = 0;
-    for (; pszWide && pszWide[i] && i + 1 < nSize; ++i) pszOut[i] = pszWide[i] < 0x80 ? static_cast<char>(pszWide[i]) : '?';
-    pszOut[i] = '\0';
-}
-
+// Each call answers differently, so that a call forwarded to the wrong one shows.
 class FakeConnection final : public vantrel::DlgConnect {
 public:
-    int Connect(std::uintptr_t n1, std::uintptr_t n2, std::uint32_t nWait, std::uint32_t nFlags,
-                const char16_t* pszFolder) override {
-        char szFolder[512], szLine[700];
-        ToAscii(pszFolder, szFolder, sizeof szFolder);
-        std::snprintf(szLine, sizeof szLine, "Connect %lu %lu %u %u %s", static_cast<unsigned long>(n1),
-                      static_cast<unsigned long>(n2), nWait, nFlags, szFolder);
-        Append(szLine);
-        return 1;
+    // The two reserved arguments must be zero: anything else is refused.
+    int Connect(std::uintptr_t n1, std::uintptr_t n2, std::uint32_t, std::uint32_t, const char16_t*) override {
+        return Log("Connect", n1 == 0 && n2 == 0 ? 1 : 0);
     }
-    int Disconnect(std::uint32_t nFlags, const char16_t* pszFolder) override {
-        char szFolder[512], szLine[700];
-        ToAscii(pszFolder, szFolder, sizeof szFolder);
-        std::snprintf(szLine, sizeof szLine, "Disconnect %u %s", nFlags, szFolder);
-        Append(szLine);
-        return 2;
-    }
-    int IsConnected() override {
-        Append("IsConnected");
-        return 1;
-    }
-    int GetConnection() override {
-        Append("GetConnection");
-        return 7;
-    }
+    int Disconnect(std::uint32_t, const char16_t*) override { return Log("Disconnect", 2); }
+    int IsConnected() override { return Log("IsConnected", 1); }
+    int GetConnection() override { return Log("GetConnection", 7); }
 };
 
 }  // namespace
@@ -57,14 +36,14 @@ __attribute__((visibility("default"))) const char* FakeDlgConnectCalls() { retur
 
 #ifdef FAKE_EXPORT_CREATE
 __attribute__((visibility("default"))) vantrel::DlgConnect* CreateObjectDlgConnect() {
-    Append("create");
+    Log("create", 0);
     return new FakeConnection;
 }
 #endif
 
 #ifdef FAKE_EXPORT_DELETE
 __attribute__((visibility("default"))) void DeleteObjectDlgConnect(vantrel::DlgConnect* pConnection) {
-    Append("delete");
+    Log("delete", 0);
     delete static_cast<FakeConnection*>(pConnection);
 }
 #endif

@@ -1,8 +1,9 @@
 #pragma once
+#include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <functional>
 #include <memory>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -40,10 +41,10 @@ namespace vantrel::test {
 
 // The main form as the program builds it, over real parts wherever they can run in a test: the
 // emulated module on a real pseudo-terminal behind the real serial channel (on a fast clock, whose
-// reader really sleeps a tenth of each wait), the real message facility writing its log into a temporary program
-// folder, curl and sockets for HTTP and mail. The form and its UI loop run on a manual clock, so
-// timers fire only when the test moves time. Hand-offs, windows, the clipboard and the data-line
-// library are fakes that record what they were asked.
+// reader really sleeps a tenth of each wait), the real message facility writing its log into a
+// temporary program folder, curl and sockets for HTTP and mail. The form and its UI loop run on a
+// manual clock, so timers fire only when the test moves time. Hand-offs, windows, the clipboard
+// and the data-line library are fakes that record what they were asked.
 class FormRig {
 public:
     static constexpr char16_t kBrowser[] = u"/usr/bin/test-browser";
@@ -61,20 +62,13 @@ public:
         m_module.Stop();
     }
 
-    // The settings every case starts from: nothing sent, nothing connected, no waits, every
-    // message logged and shown, simple coordinates from one reading; one URL and one browser.
+    // The settings every case starts from (on top of the defaults): nothing sent or connected, no
+    // waits, every message logged and shown; one URL and one browser.
     void Baseline(Settings& settings) const {
-        for (BoolKey key : {BoolKey::BrowserSend, BoolKey::MailSend, BoolKey::HttpSend, BoolKey::GmmSend,
-                            BoolKey::AutoConnect, BoolKey::NoMsg, BoolKey::CsidCache, BoolKey::CreateCookie,
-                            BoolKey::StartupAll, BoolKey::SupExit, BoolKey::AutoSend, BoolKey::ExitDisconnect,
-                            BoolKey::OutputPosLogFile, BoolKey::MonChkSend, BoolKey::AutoSendDisconnect})
-            settings.SetBool(key, false);
-        settings.SetBool(BoolKey::LocateEasy, true);
+        settings.SetBool(BoolKey::AutoConnect, false);
+        settings.SetBool(BoolKey::BrowserSend, false);
         settings.SetBool(BoolKey::OutputMsgFile, true);
         settings.SetNumber(NumberKey::ConnectWait, 0);
-        settings.SetNumber(NumberKey::EpGetCnt, 1);
-        settings.SetText(TextKey::LogFileDir, m_dir.WidePath());
-        settings.SetText(TextKey::PosLogDir, m_dir.WidePath());
         settings.UrlList().Clear();
         settings.UrlList().AddRow({u"local", u"http://127.0.0.1:9/send", u"nl=$nl&el=$el"});
         settings.UrlList().SetSelectedIndex(0);
@@ -89,8 +83,7 @@ public:
         Settings settings(m_profile, *m_pFiles);
         Baseline(settings);
         if (edit) edit(settings);
-        if (!settings.Save(SettingsPath())) return false;
-        return CreateOnly(bStartupRun);
+        return settings.Save(SettingsPath()) && CreateOnly(bStartupRun);
     }
     bool CreateOnly(bool bStartupRun = true) {
         m_pForm = std::make_unique<MainForm>(Services(), m_profile, m_host);
@@ -116,49 +109,32 @@ public:
         std::snprintf(szName, sizeof szName, "%04d%02d%02d.%s", now.nYear, now.nMonth, now.nDay, pszSuffix);
         return m_dir.File(szName);
     }
-    // Today's message log as lines "<caption>:text", the time dropped.
-    std::vector<std::string> LogLines() {
+    // Today's message log as lines "<caption>:text" starting with one of the prefixes, in order.
+    // A message may hold line breaks of its own; a new one starts with "[hh:mm:ss] ".
+    std::vector<std::string> LogLines(const std::vector<std::string>& prefixes = {""}) {
+        static const std::regex kStamp(R"((^|\r\n)\[\d\d:\d\d:\d\d\] )");
         const std::string strLog = ReadUtf16File(DayFile("log"));
         std::vector<std::string> lines;
-        std::size_t nStart = 0;
-        while (nStart < strLog.size()) {
-            // A message may hold line breaks of its own; a new line starts with "[hh:mm:ss] ".
-            std::size_t nEnd = strLog.find("\r\n[", nStart);
-            if (nEnd == std::string::npos) nEnd = strLog.size();
-            std::string strLine = strLog.substr(nStart, nEnd - nStart);
-            if (strLine.size() >= 2 && strLine.compare(strLine.size() - 2, 2, "\r\n") == 0) strLine.resize(strLine.size() - 2);
-            const std::size_t nText = strLine.find("] ");
-            lines.push_back(nText == std::string::npos ? strLine : strLine.substr(nText + 2));
-            nStart = nEnd + 2;
+        for (std::sregex_token_iterator it(strLog.begin(), strLog.end(), kStamp, -1), end; it != end; ++it) {
+            std::string strLine = *it;
+            if (strLine.ends_with("\r\n")) strLine.resize(strLine.size() - 2);
+            if (!strLine.empty() && std::any_of(prefixes.begin(), prefixes.end(),
+                                                [&](const std::string& strPrefix) { return strLine.starts_with(strPrefix); }))
+                lines.push_back(strLine);
         }
         return lines;
     }
     int LogCount(const std::string& strLine) {
-        int n = 0;
-        for (const std::string& strSeen : LogLines()) n += strSeen == strLine;
-        return n;
-    }
-    // The lines with one of the given captions ("確認", "エラー", ...), in order.
-    std::vector<std::string> LogLinesStartingWith(const std::vector<std::string>& prefixes) {
-        std::vector<std::string> lines;
-        for (const std::string& strLine : LogLines())
-            for (const std::string& strPrefix : prefixes)
-                if (strLine.compare(0, strPrefix.size(), strPrefix) == 0) {
-                    lines.push_back(strLine);
-                    break;
-                }
-        return lines;
+        const std::vector<std::string> lines = LogLines();
+        return static_cast<int>(std::count(lines.begin(), lines.end(), strLine));
     }
     int BoxCount(const std::u16string& strText) const {
-        int n = 0;
-        for (const auto& box : m_boxes.Boxes()) n += box.strText == strText;
-        return n;
+        const auto& boxes = m_boxes.Boxes();
+        return static_cast<int>(std::count_if(boxes.begin(), boxes.end(), [&](const auto& box) { return box.strText == strText; }));
     }
-    std::vector<std::string> ModuleCommands() const { return m_module.Commands(); }
-    bool ModuleHeard(const std::string& strCommand) const {
-        for (const std::string& strSeen : m_module.Commands())
-            if (strSeen == strCommand) return true;
-        return false;
+    int ModuleCount(const std::string& strCommand) const {
+        const std::vector<std::string> commands = m_module.Commands();
+        return static_cast<int>(std::count(commands.begin(), commands.end(), strCommand));
     }
 
     // Polls in real time; false when the condition did not come true within nLimitMs.
@@ -179,7 +155,6 @@ public:
 
     TempDir m_dir;  // the program folder: default.ini, cache.txt, cookies.txt, the logs
     ManualClock m_clock;
-    std::unique_ptr<Clock> m_pSystemClock = CreateSystemClock();
     std::unique_ptr<FileSystem> m_pFiles = CreateFileSystem();
     std::unique_ptr<SystemInfo> m_pSystem = CreateSystemInfo();
     std::unique_ptr<ThreadPriority> m_pPriority = CreateThreadPriority();

@@ -48,25 +48,23 @@ private:
 
 class FakeMainWindow final : public MainWindow {
 public:
-    FakeMainWindow(UiThread& ui, const MainWindowSpec& spec) : m_spec(spec), m_form(ui) {}
+    FakeMainWindow(UiThread& ui, const MainWindowSpec& layout) : m_layout(layout), m_form(ui) {}
     DialogHost& Form() override { return m_form; }
     void SetCommandHandler(std::function<void(int)> handler) override { m_fnCommand = std::move(handler); }
     void SetCloseHandler(std::function<void()> handler) override { m_fnClose = std::move(handler); }
-    void Show() override { m_bShown = true; }
+    void Show() override {}
     void Raise() override { ++m_nRaised; }
 
-    MainWindowSpec m_spec;
+    MainWindowSpec m_layout;
     MemoryDialogHost m_form;
     std::function<void(int)> m_fnCommand;
     std::function<void()> m_fnClose;
-    bool m_bShown = false;
     int m_nRaised = 0;
 };
 
 class FakeTray final : public TrayIcon {
 public:
-    void Show(const IconImages& icon, std::function<void()> onClick) override {
-        m_nImages = icon.size();
+    void Show(const IconImages&, std::function<void()> onClick) override {
         m_fnClick = std::move(onClick);
         m_bVisible = true;
     }
@@ -74,7 +72,6 @@ public:
     bool IsVisible() const override { return m_bVisible; }
 
     std::atomic<bool> m_bVisible{false};
-    std::size_t m_nImages = 0;
     std::function<void()> m_fnClick;
 };
 
@@ -99,8 +96,8 @@ public:
     MessageBoxHost& MessageBoxes() override { return m_boxes; }
     Clipboard& SystemClipboard() override { return m_clipboard; }
     FileDialogs& SystemFileDialogs() override { return m_fileDialogs; }
-    std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowSpec& spec) override {
-        auto pWindow = std::make_unique<FakeMainWindow>(m_ui, spec);
+    std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowSpec& layout) override {
+        auto pWindow = std::make_unique<FakeMainWindow>(m_ui, layout);
         m_pWindow = pWindow.get();
         return pWindow;
     }
@@ -129,23 +126,13 @@ public:
     FakeGuard* m_pGuard = nullptr;
 };
 
-// One run of the window program in a program folder of its own, driven by closures posted to its
-// loop before it starts.
+// One run of the window program in a program folder of its own (no settings file unless a test
+// writes one), driven by closures posted to its loop before it starts.
 class WindowAppTest : public ::testing::Test {
 protected:
     void SetUp() override { setenv("VANTREL_HOME", m_home.Path().c_str(), 1); }
     void TearDown() override { unsetenv("VANTREL_HOME"); }
 
-    void WriteSettings(const std::function<void(Settings&)>& edit) {
-        const std::unique_ptr<FileSystem> pFiles = CreateFileSystem();
-        Settings settings(PlatformSettingsProfile(m_home.WidePath()), *pFiles);
-        for (BoolKey key : {BoolKey::BrowserSend, BoolKey::MailSend, BoolKey::HttpSend, BoolKey::GmmSend,
-                            BoolKey::AutoConnect, BoolKey::StartupAll, BoolKey::AutoSend, BoolKey::OutputMsgFile})
-            settings.SetBool(key, false);
-        settings.SetNumber(NumberKey::ConnectWait, 0);
-        edit(settings);
-        ASSERT_TRUE(settings.Save(m_home.WideFile("default.ini")));
-    }
     // Runs the program; each step is posted in turn once the window is up.
     int Run(std::vector<std::function<void()>> steps) {
         for (auto& step : steps) m_module.m_ui.Post(std::move(step));
@@ -153,7 +140,6 @@ protected:
         return m_pApp->Run();
     }
     FakeMainWindow& Window() { return *m_module.m_pWindow; }
-    MemoryDialogHost* Dialog() { return m_module.m_dialogs.ActiveModal(); }
 
     test::TempDir m_home;
     CommandLine m_line;
@@ -164,40 +150,40 @@ protected:
 
 TEST_F(WindowAppTest, WindowGetsTheResourcesMenuKeysAndShortcuts) {
     ASSERT_EQ(Run({[&] { Window().m_fnClose(); }}), 0);
-    const MainWindowSpec& spec = Window().m_spec;
-    EXPECT_EQ(spec.strTitle, u"vantrel");
-    EXPECT_EQ(spec.strLeftKey, u"取得/送信");
-    EXPECT_EQ(spec.nLeftCommand, IDC_ACQUIRE_SEND);
-    EXPECT_EQ(spec.strRightKey, u"メニュー");
+    const MainWindowSpec& layout = Window().m_layout;
+    EXPECT_EQ(layout.strTitle, u"vantrel");
+    EXPECT_EQ(layout.strLeftKey, u"取得/送信");
+    EXPECT_EQ(layout.nLeftCommand, IDC_ACQUIRE_SEND);
+    EXPECT_EQ(layout.strRightKey, u"メニュー");
     // Legend: the menu's ids in order, 0 for a separator.
     std::vector<int> ids;
-    for (const MenuEntry& entry : spec.rightMenu) ids.push_back(entry.bSeparator ? 0 : entry.nId);
+    for (const MenuEntry& entry : layout.rightMenu) ids.push_back(entry.bSeparator ? 0 : entry.nId);
     EXPECT_EQ(ids, (std::vector<int>{IDC_ACQUIRE, IDC_ACQUIRE_SEND, 0, IDM_OPEN, IDM_SAVE, 0, IDM_COPY, IDM_NEWMAIL, 0,
                                      IDM_SETTINGS, 0, IDM_VERSION, 0, IDM_EXIT}));
-    EXPECT_EQ(spec.rightMenu[0].strText, u"取得");
-    EXPECT_EQ(spec.rightMenu[11].strText, u"バージョン情報");
+    EXPECT_EQ(layout.rightMenu[11].strText, u"バージョン情報");
     std::vector<std::pair<std::u16string, int>> shortcuts;
-    for (const Shortcut& shortcut : spec.shortcuts) shortcuts.emplace_back(shortcut.strKeys, shortcut.nCommand);
+    for (const Shortcut& shortcut : layout.shortcuts) shortcuts.emplace_back(shortcut.strKeys, shortcut.nCommand);
     EXPECT_EQ(shortcuts, (std::vector<std::pair<std::u16string, int>>{
                              {u"Ctrl+A", IDM_VERSION}, {u"Ctrl+Q", IDM_EXIT}, {u"Ctrl+O", IDM_OPEN}, {u"Ctrl+S", IDM_SAVE}}));
     // Icon 101 in its four sizes: three bitmaps wrapped as ICO files and one PNG image.
-    ASSERT_EQ(spec.icon.size(), 4u);
-    EXPECT_EQ(std::string(spec.icon[0].begin(), spec.icon[0].begin() + 4), std::string("\0\0\1\0", 4));
-    EXPECT_EQ(std::string(spec.icon[3].begin() + 1, spec.icon[3].begin() + 4), "PNG");
-    EXPECT_EQ(m_module.m_pTray->m_nImages, 4u);
+    ASSERT_EQ(layout.icon.size(), 4u);
+    EXPECT_EQ(std::string(layout.icon[0].begin(), layout.icon[0].begin() + 4), std::string("\0\0\1\0", 4));
+    EXPECT_EQ(std::string(layout.icon[3].begin() + 1, layout.icon[3].begin() + 4), "PNG");
     EXPECT_EQ(m_module.m_pGuard->m_strName, u"VANTREL");
-    EXPECT_TRUE(Window().m_bShown);
     EXPECT_TRUE(Window().m_form.HasControl(IDC_RESULT));
 }
 
-TEST_F(WindowAppTest, ExitFromTheMenuReadsTheFormBackAndRemovesTheTrayIcon) {
-    WriteSettings([](Settings& settings) { settings.SetBool(BoolKey::HttpSend, false); });
+// The menu's exit reads the form back and removes the tray icon; a tap on the icon and a second
+// start raise the window. The menu's save asks the window's own file dialog.
+TEST_F(WindowAppTest, MenuCommandsReachTheFormThroughTheWindow) {
+    m_module.m_fileDialogs.m_strAnswer = m_home.WideFile("chosen.ini");
     bool bTrayWhileRunning = false;
     ASSERT_EQ(Run({[&] {
                        bTrayWhileRunning = m_module.m_pTray->IsVisible();
                        Window().m_form.SetCheck(IDC_HTTPSEND, true);
-                       m_module.m_pTray->m_fnClick();  // a tap on the icon shows the window
-                       m_module.m_pGuard->m_fnRaise();  // so does a second start
+                       m_module.m_pTray->m_fnClick();
+                       m_module.m_pGuard->m_fnRaise();
+                       Window().m_fnCommand(IDM_SAVE);
                        Window().m_fnCommand(IDM_EXIT);
                    }}),
               0);
@@ -205,19 +191,8 @@ TEST_F(WindowAppTest, ExitFromTheMenuReadsTheFormBackAndRemovesTheTrayIcon) {
     EXPECT_FALSE(m_module.m_pTray->IsVisible());
     EXPECT_EQ(Window().m_nRaised, 2);
     EXPECT_TRUE(m_pApp->Form()->GetSettings().Bool(BoolKey::HttpSend));
-}
-
-// Without the replacement library the menu's save asks the window's own dialog.
-TEST_F(WindowAppTest, TheMenuSavesThroughTheWindowsFileDialog) {
-    m_module.m_fileDialogs.m_strAnswer = m_home.WideFile("chosen.ini");
-    ASSERT_EQ(Run({[&] {
-                       Window().m_fnCommand(IDM_SAVE);
-                       Window().m_fnClose();
-                   }}),
-              0);
     ASSERT_EQ(m_module.m_fileDialogs.m_calls.size(), 1u);
-    EXPECT_TRUE(m_module.m_fileDialogs.m_calls[0].bSave);
-    EXPECT_FALSE(test::ReadFileBytes(m_home.File("chosen.ini")).empty());
+    EXPECT_NE(test::ReadUtf16File(m_home.File("chosen.ini")).find("HTTPSEND=TRUE"), std::string::npos);
 }
 
 TEST_F(WindowAppTest, SecondStartOnlyAsksTheFirst) {
@@ -227,27 +202,26 @@ TEST_F(WindowAppTest, SecondStartOnlyAsksTheFirst) {
     EXPECT_EQ(m_module.m_pTray, nullptr);
 }
 
+// The screen is wider than tall -> the version dialog's template width in dialog units.
 TEST_F(WindowAppTest, VersionDialogFollowsTheScreen) {
-    // Legend: the screen is wider than tall, the template's width in dialog units.
     for (const auto& [bWide, nWidth] : {std::pair{false, 173}, std::pair{true, 240}}) {
         FakeWindowModule module;
         module.m_bWide = bWide;
-        DialogFrame frame;
+        int nWidthSeen = 0;
         std::u16string strVersion, strDate;
         module.m_ui.Post([&] { module.m_pWindow->m_fnCommand(IDM_VERSION); });
         // Runs inside the dialog's modal loop: look, then close it as Escape does.
         module.m_ui.Post([&] {
-            MemoryDialogHost* pDialog = module.m_dialogs.ActiveModal();
-            ASSERT_NE(pDialog, nullptr);
-            frame = pDialog->Frame();
-            strVersion = pDialog->GetText(IDC_VER_VERSION);
-            strDate = pDialog->GetText(IDC_VER_DATE);
-            pDialog->SendCommand(IDC_CANCEL);
+            MemoryDialogHost& dialog = *module.m_dialogs.ActiveModal();
+            nWidthSeen = dialog.Frame().cx;
+            strVersion = dialog.GetText(IDC_VER_VERSION);
+            strDate = dialog.GetText(IDC_VER_DATE);
+            dialog.SendCommand(IDC_CANCEL);
         });
         module.m_ui.Post([&] { module.m_pWindow->m_fnClose(); });
-        WindowApp app(m_line, m_err, &module);
+        WindowApp app(m_line, m_err, &module);  // goes before the module it runs on
         ASSERT_EQ(app.Run(), 0);
-        EXPECT_EQ(frame.cx, nWidth) << bWide;
+        EXPECT_EQ(nWidthSeen, nWidth) << bWide;
         EXPECT_EQ(strVersion, u"Version 0.1.0");
         EXPECT_EQ(strDate.rfind(u"Build 20", 0), 0u) << Utf16ToUtf8(strDate);
     }
@@ -264,13 +238,15 @@ TEST_F(WindowAppTest, CloseDuringASendWaitsForItsEnd) {
         response.set_content("accepted", "text/plain");
     });
     server.Start();
-    WriteSettings([&](Settings& settings) {
-        settings.SetBool(BoolKey::HttpSend, true);
-        settings.SetBool(BoolKey::NoMsg, true);
-        settings.UrlList().Clear();
-        settings.UrlList().AddRow({u"local", server.WideUrl("/send"), u""});
-        settings.UrlList().SetSelectedIndex(0);
-    });
+    const std::unique_ptr<FileSystem> pFiles = CreateFileSystem();
+    Settings settings(PlatformSettingsProfile(m_home.WidePath()), *pFiles);
+    settings.SetBool(BoolKey::AutoConnect, false);
+    settings.SetBool(BoolKey::BrowserSend, false);
+    settings.SetBool(BoolKey::HttpSend, true);
+    settings.SetBool(BoolKey::NoMsg, true);
+    settings.UrlList().AddRow({u"local", server.WideUrl("/send"), u""});
+    settings.UrlList().SetSelectedIndex(static_cast<int>(settings.UrlList().RowCount()) - 1);
+    ASSERT_TRUE(settings.Save(m_home.WideFile("default.ini")));
     bool bBusyAtClose = false;
     ASSERT_EQ(Run({[&] {
                        m_pApp->Form()->GetLocation().SetFromText(u"N35.39.29.000E139.44.51.000/1");

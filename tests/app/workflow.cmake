@@ -5,7 +5,5 @@ if(NOT TARGET PkgConfig::HTTPLIB)
   pkg_check_modules(HTTPLIB REQUIRED IMPORTED_TARGET GLOBAL cpp-httplib)
 endif()
 vantrel_add_test(workflow_tests
-  SOURCES ${CMAKE_CURRENT_LIST_DIR}/MainFormTest.cpp ${CMAKE_CURRENT_LIST_DIR}/SettingsCommandsTest.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/WorkflowTest.cpp ${CMAKE_CURRENT_LIST_DIR}/DataLineTest.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/MailChannelTest.cpp
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/MainFormTest.cpp ${CMAKE_CURRENT_LIST_DIR}/WorkflowTest.cpp
   LIBS vantrel_app vantrel_curl PkgConfig::HTTPLIB)
