@@ -84,10 +84,10 @@ TEST_F(PositionServiceTest, CacheFileForms) {
     EXPECT_FALSE(m_service.LoadCache(m_dir.WideFile("cache.txt")));
     EXPECT_FALSE(LoadCache(""));
     EXPECT_FALSE(m_service.LookupCache(u"55/2", m_strLog, m_strReply));
-    ASSERT_TRUE(LoadCache(ToUtf16LeBytes(u"55,no position here\r\nbroken line\r\n")));
+    ASSERT_TRUE(LoadCache(ToUtf16LeBytes(u"55,位置なし\r\nbroken line\r\n")));
     EXPECT_EQ(m_service.Cache().Entries().size(), 1u);
     EXPECT_TRUE(m_service.LookupCache(u"55/2", m_strLog, m_strReply));
-    EXPECT_EQ(m_strLog, u"CACHE: 55/2, no position here");
+    EXPECT_EQ(m_strLog, u"CACHE: 55/2, 位置なし");
     EXPECT_FALSE(m_service.GetLocation().HasPosition());
 }
 
@@ -149,6 +149,9 @@ TEST_F(PositionServiceTest, UpdateResultIsThatOfTheLastStation) {
     EXPECT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"", m_strLog, m_strReply));
     EXPECT_EQ(Infos().size(), 4u);
     EXPECT_EQ(m_boxes.Boxes().size(), 2u);  // each failed request showed its diagnostic
+    Answer("22", "/r?pos=N2.2.2.2E3.3.3.3");
+    EXPECT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"22/0,11", m_strLog, m_strReply));
+    EXPECT_EQ(m_service.GetLocation().m_strNL, u"2.2.2.2") << "a station without a level counts as level 0";
 }
 
 }  // namespace
