@@ -140,7 +140,6 @@ TEST_F(AcquisitionTest, UnusableAnswersShowTheirMessage) {
         int nMode;
         std::vector<std::u16string> messages;
     } cases[] = {
-        {"~~\r\nAT@K20\r\nOK\r\n", mode::kSimple, {u"不明なデータを取得しました。"}},
         {"~~\r\nAT@K20\r\nOK\r\n", mode::kCsId, {u"不明なデータを取得しました。"}},
         // One stray character after the echo would pass as the module's extra carriage return.
         {"AT@K20xy\r\n1,2\r\nOK\r\n", mode::kCsId, {u"CS-IDの取得に失敗しました。"}},
