@@ -17,6 +17,7 @@ TEST(WsimMonitorSessionTest, MonitorKeepsTheLatestReading) {
     std::atomic<int> nMode{mode::kSimple};
     ASSERT_TRUE(session.StartMonitor(nMode, {10, 3000, 20}));
     EXPECT_EQ(nMode, mode::kMonitor);
+    EXPECT_FALSE(session.StartMonitor(nMode, {10, 3000, 20})) << "a running monitor is not started twice";
     ASSERT_TRUE(test::WaitFor([&] { return session.ReadingCount() >= 2; }));
     session.StopMonitor();
     EXPECT_NE(nMode, mode::kMonitor);
