@@ -6,7 +6,6 @@
 #include "platform/headless/HeadlessUiThread.h"
 #include "platform/headless/MemoryDialogHost.h"
 #include "resource.h"
-#include "support/ManualClock.h"
 #include "SerialRig.h"
 
 namespace vantrel {
@@ -21,12 +20,11 @@ constexpr char kC[] = "N35:41:00\r\nE139:46:00\r\n1\r\n";
 constexpr char kBad[] = "@@#\r\n";
 constexpr char16_t kTextA[] = u"N35.39.29.000E139.44.51.000/1";
 constexpr char16_t kTextB[] = u"N35.40.00.000E139.45.00.000/1";
-// One simple-coordinate round: each command with the read delay set for it.
-constexpr char kRound[] = "K20/300 LBC1/300 LBC?/1000 LBC2/0 ";
 
+// n simple-coordinate rounds: each command with the read delay set for it.
 std::string Rounds(int n) {
     std::string str;
-    for (int i = 0; i < n; ++i) str += kRound;
+    for (int i = 0; i < n; ++i) str += "K20/300 LBC1/300 LBC?/1000 LBC2/0 ";
     return str;
 }
 
@@ -51,25 +49,15 @@ protected:
     // A module answering "AT@LBC?" with the given bodies in turn (the last one repeats); it notes
     // each command without its "AT@", with the read delay in force when the command arrived.
     std::unique_ptr<test::ScriptedModule> Module(std::vector<std::string> readings) {
-        auto pModule = std::make_unique<test::ScriptedModule>([this, readings](const std::string& strCommand, int) {
+        auto pModule = std::make_unique<test::ScriptedModule>([this, readings](PseudoTerminal& t, const std::string& strCommand) {
             m_strHeard += strCommand.substr(3) + "/" + std::to_string(m_pSession->Serial().ReadDelay()) + " ";
-            if (strCommand == "AT@K20") return Answer(strCommand, "0A12F3C4,34\r\n0A12F3B8,21\r\n");
-            if (strCommand != "AT@LBC?") return Answer(strCommand);
-            return Answer(strCommand, readings[std::min(m_nQueries++, readings.size() - 1)]);
+            if (strCommand == "AT@K20") return test::Put(t, Answer(strCommand, "0A12F3C4,34\r\n0A12F3B8,21\r\n"));
+            if (strCommand != "AT@LBC?") return test::Put(t, Answer(strCommand));
+            test::Put(t, Answer(strCommand, readings[std::min(m_nQueries++, readings.size() - 1)]));
         });
         EXPECT_TRUE(pModule->Start());
         Connect(pModule->DevicePath());
         return pModule;
-    }
-
-    // Presses Cancel on the UI thread once the condition holds (and a little later, so that the
-    // dialog is really waiting).
-    std::thread CancelWhen(std::function<bool()> condition) {
-        return std::thread([this, condition] {
-            test::WaitFor(condition);
-            std::this_thread::sleep_for(std::chrono::milliseconds(150));
-            m_ui.Post([this] { m_pHost->SendCommand(IDC_CANCEL); });
-        });
     }
 
     std::vector<std::u16string> BoxTexts() const {
@@ -139,31 +127,35 @@ TEST_F(AcquisitionTest, ReadingsRetriesAndTheTally) {
     EXPECT_EQ(m_pHost->Title(), u"取得中…");
     // The AT layer's lines reach the message log at their levels.
     const std::string strLog = m_pRig->MessageLog();
-    EXPECT_NE(strLog.find("<確認>:Send ATCommand : AT@K20\r\n"), std::string::npos) << strLog;
-    EXPECT_NE(strLog.find("<確認>:SendAtCommand(): write_scc() == TRUE."), std::string::npos) << strLog;
-    EXPECT_NE(strLog.find("<確認>:取得データ:AT@LBC?"), std::string::npos) << strLog;
+    for (const char* pszLine : {"<確認>:Send ATCommand : AT@K20\r\n", "<確認>:SendAtCommand(): write_scc() == TRUE.",
+                                "<確認>:取得データ:AT@LBC?"})
+        EXPECT_NE(strLog.find(pszLine), std::string::npos) << pszLine;
 }
 
-// Legend: what the module sends whatever it is asked, mode -> the one message shown.
+// Legend: what the module sends whatever it is asked (none: the port cannot open), mode -> the
+// messages shown.
 TEST_F(AcquisitionTest, UnusableAnswersShowTheirMessage) {
     const struct {
         const char* pszAnswer;
         int nMode;
-        const char16_t* pszMessage;
+        std::vector<std::u16string> messages;
     } cases[] = {
-        {"~~\r\nAT@K20\r\nOK\r\n", mode::kSimple, u"不明なデータを取得しました。"},
-        {"~~\r\nAT@K20\r\nOK\r\n", mode::kCsId, u"不明なデータを取得しました。"},
+        {"~~\r\nAT@K20\r\nOK\r\n", mode::kCsId, {u"不明なデータを取得しました。"}},
         // One stray character after the echo would pass as the module's extra carriage return.
-        {"AT@K20xy\r\n1,2\r\nOK\r\n", mode::kCsId, u"CS-IDの取得に失敗しました。"},
+        {"AT@K20xy\r\n1,2\r\nOK\r\n", mode::kCsId, {u"CS-IDの取得に失敗しました。"}},
+        {nullptr, mode::kCsId,
+         {u"CreateFile failed: /nonexistent/tty(Error:" + test::ErrnoText(ENOENT) + u")", u"CS-IDの取得に失敗しました。"}},
     };
     for (const auto& c : cases) {
-        test::ScriptedModule module([&c](const std::string&, int) { return std::string(c.pszAnswer); });
+        SCOPED_TRACE(c.pszAnswer ? c.pszAnswer : "no port");
+        test::ScriptedModule module([&c](PseudoTerminal& t, const std::string&) { test::Put(t, c.pszAnswer); });
         ASSERT_TRUE(module.Start());
-        Connect(module.DevicePath());
-        EXPECT_EQ(Run(c.nMode), AcquisitionDialog::kEndFailure) << c.pszAnswer;
-        EXPECT_EQ(BoxTexts(), std::vector<std::u16string>{c.pszMessage}) << c.pszAnswer;
+        Connect(c.pszAnswer ? module.DevicePath() : "/nonexistent/tty");
+        EXPECT_EQ(Run(c.nMode), AcquisitionDialog::kEndFailure);
+        EXPECT_EQ(BoxTexts(), c.messages);
         EXPECT_TRUE(m_state.strResult.empty());
     }
+    EXPECT_NE(m_pRig->MessageLog().find("<エラー>:SendAtCommand(): シリアルポートオープン失敗."), std::string::npos);
 }
 
 // Legend: a module that keeps the dialog waiting; Cancel ends it with 2, closes the port the
@@ -177,30 +169,24 @@ TEST_F(AcquisitionTest, CancelClosesThePortAndEndsWithTwo) {
         {"the module goes away", [](EmulatorConfig& c) { c.nVanishAfter = 2; }},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszLegend);
         EmulatorConfig config;
         c.fault(config);
         EmulatedModule module(CreatePseudoTerminal(), config);
         ASSERT_TRUE(module.Start());
         Connect(module.DevicePath());
-        std::thread canceller = CancelWhen([&] { return module.Commands().size() >= 2; });
-        EXPECT_EQ(Run(mode::kSimple), AcquisitionDialog::kEndFailure) << c.pszLegend;
+        // Cancel is pressed a little after the module went quiet, so that the dialog is really waiting.
+        std::thread canceller([&] {
+            test::WaitFor([&] { return module.Commands().size() >= 2; });
+            std::this_thread::sleep_for(std::chrono::milliseconds(150));
+            m_ui.Post([this] { m_pHost->SendCommand(IDC_CANCEL); });
+        });
+        EXPECT_EQ(Run(mode::kSimple), AcquisitionDialog::kEndFailure);
         canceller.join();
-        EXPECT_FALSE(m_pSession->Serial().IsOpen()) << c.pszLegend;
-        EXPECT_FALSE(m_pSession->OpenedPort()) << c.pszLegend;
+        EXPECT_FALSE(m_pSession->Serial().IsOpen());
+        EXPECT_FALSE(m_pSession->OpenedPort());
         for (const std::u16string& strText : BoxTexts()) EXPECT_EQ(strText.rfind(u"ClearCommError() Failed.", 0), 0u);
     }
-}
-
-TEST_F(AcquisitionTest, PortThatCannotOpenFailsAtOnce) {
-    test::ManualClock serialClock;  // the 30 open attempts cost no real time
-    m_pRig = std::make_unique<test::SerialRig>("/nonexistent/tty", &serialClock);
-    m_pSession = std::make_unique<WsimSession>(m_pRig->Context());
-    EXPECT_EQ(Run(mode::kCsId), AcquisitionDialog::kEndFailure);
-    const auto boxes = m_pRig->Boxes().Boxes();
-    ASSERT_EQ(boxes.size(), 2u);
-    EXPECT_EQ(boxes[0].strText.rfind(u"CreateFile failed: ", 0), 0u);
-    EXPECT_EQ(boxes[1].strText, u"CS-IDの取得に失敗しました。");
-    EXPECT_NE(m_pRig->MessageLog().find("<エラー>:SendAtCommand(): シリアルポートオープン失敗."), std::string::npos);
 }
 
 }  // namespace

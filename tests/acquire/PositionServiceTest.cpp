@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <memory>
 #include <mutex>
 
 #include "acquire/PositionService.h"
@@ -12,10 +11,9 @@ namespace vantrel {
 namespace {
 
 const std::string kMark("\xFF\xFE", 2);
-std::string Utf16Le(std::u16string_view strText) { return ToUtf16LeBytes(strText); }
 
-// A position service on loopback: each station id maps to the Location it redirects to; an id it
-// does not know gets 500 without a Location.
+// A position service on loopback: each station id maps to the Location it redirects to and a
+// body; an id it does not know gets 500 without a Location.
 class PositionServiceTest : public testing::Test, public test::HttpRig {
 protected:
     PositionServiceTest() {
@@ -23,13 +21,9 @@ protected:
             const std::string strInfo = request.get_header_value("X-CS-INFO");
             std::lock_guard lock(m_mutex);
             m_infos.push_back(strInfo);
-            m_targets.push_back(request.target);
-            const std::string strId = strInfo.substr(0, strInfo.find('/'));
-            const auto it = m_answers.find(strId);
-            if (it == m_answers.end()) {
-                response.status = 500;
-                return;
-            }
+            m_strTarget = request.target;
+            const auto it = m_answers.find(strInfo.substr(0, strInfo.find('/')));
+            if (it == m_answers.end()) return void(response.status = 500);
             response.status = 302;
             response.set_header("Location", it->second.first);
             response.set_content(it->second.second, "text/plain");
@@ -47,36 +41,35 @@ protected:
         std::lock_guard lock(m_mutex);
         return m_infos;
     }
-    void WriteCache(const std::string& strBytes) { test::WriteFileBytes(m_dir.File("cache.txt"), strBytes); }
-    std::u16string CachePath() const { return m_dir.WideFile("cache.txt"); }
+    bool LoadCache(const std::string& strBytes) {
+        test::WriteFileBytes(m_dir.File("cache.txt"), strBytes);
+        return m_service.LoadCache(m_dir.WideFile("cache.txt"));
+    }
 
     PositionService m_service{m_http, *m_pFiles};
     HttpRoute m_route;
+    std::u16string m_strLog, m_strReply;
     std::mutex m_mutex;
     std::map<std::string, std::pair<std::string, std::string>> m_answers;
-    std::vector<std::string> m_infos;
-    std::vector<std::string> m_targets;
+    std::vector<std::string> m_infos;  // the X-CS-INFO of each request
+    std::string m_strTarget;
 };
 
 TEST_F(PositionServiceTest, CacheAnswersForTheFirstStationOfTheBestLevel) {
-    WriteCache(kMark + Utf16Le(u"11,pos=N1.1.1.1E2.2.2.2\r\n22,pos=N35.39.29.157E139.44.58.500\r\n"
-                               u"33,pos=N3.3.3.3E4.4.4.4\r\n44,pos=N44.0.0.0E144.0.0.0\r\n"));
-    ASSERT_TRUE(m_service.LoadCache(CachePath()));
-    // Legend: CS-ID text -> hit?, log text.
+    ASSERT_TRUE(LoadCache(kMark + ToUtf16LeBytes(u"11,pos=N1.1.1.1E2.2.2.2\r\n22,pos=N35.39.29.157E139.44.58.500\r\n"
+                                                  u"33,pos=N3.3.3.3E4.4.4.4\r\n44,pos=N44.0.0.0E144.0.0.0\r\n")));
+    // Legend: CS-ID text -> log text (empty: a miss).
     const std::pair<std::u16string, std::u16string> cases[] = {
-        {u"11/3,22/7,33/7", u"CACHE: 22/7, pos=N35.39.29.157E139.44.58.500"},
         {u"44/0", u"CACHE: 44/0, pos=N44.0.0.0E144.0.0.0"},  // level 0 still beats the start value
         {u"99/9,22/3", u""},                                 // the best station is unknown: miss
         {u"22,33", u""},                                     // no levels at all: miss
+        {u"11/3,22/7,33/7", u"CACHE: 22/7, pos=N35.39.29.157E139.44.58.500"},
     };
     for (const auto& [strCsid, strExpectedLog] : cases) {
-        std::u16string strLog, strReply;
-        EXPECT_EQ(m_service.LookupCache(strCsid, strLog, strReply), !strExpectedLog.empty()) << Utf16ToUtf8(strCsid);
-        EXPECT_EQ(strLog, strExpectedLog);
+        m_strLog.clear();
+        EXPECT_EQ(m_service.LookupCache(strCsid, m_strLog, m_strReply), !strExpectedLog.empty()) << Utf16ToUtf8(strCsid);
+        EXPECT_EQ(m_strLog, strExpectedLog);
     }
-    m_service.GetLocation().Reset();
-    std::u16string strLog, strReply;
-    ASSERT_TRUE(m_service.LookupCache(u"11/3,22/7,33/7", strLog, strReply));
     const Location& location = m_service.GetLocation();
     EXPECT_EQ(location.m_strNL, u"35.39.29.157");
     EXPECT_EQ(location.m_strEL, u"139.44.58.500");
@@ -85,55 +78,46 @@ TEST_F(PositionServiceTest, CacheAnswersForTheFirstStationOfTheBestLevel) {
     EXPECT_TRUE(Infos().empty());
 }
 
-TEST_F(PositionServiceTest, CachedAnswerWithoutPositionIsAHitWithoutPosition) {
-    WriteCache(Utf16Le(u"55,no position here\r\nbroken line\r\n"));  // no mark: read from the first byte
-    ASSERT_TRUE(m_service.LoadCache(CachePath()));
-    ASSERT_EQ(m_service.Cache().Entries().size(), 1u);
-    std::u16string strLog, strReply;
-    EXPECT_TRUE(m_service.LookupCache(u"55/2", strLog, strReply));
-    EXPECT_EQ(strLog, u"CACHE: 55/2, no position here");
+// A missing or empty file loads nothing; a file without the mark is read from its first byte,
+// and a line without a comma is skipped. A stored answer without a position is still a hit.
+TEST_F(PositionServiceTest, CacheFileForms) {
+    EXPECT_FALSE(m_service.LoadCache(m_dir.WideFile("cache.txt")));
+    EXPECT_FALSE(LoadCache(""));
+    EXPECT_FALSE(m_service.LookupCache(u"55/2", m_strLog, m_strReply));
+    ASSERT_TRUE(LoadCache(ToUtf16LeBytes(u"55,位置なし\r\nbroken line\r\n")));
+    EXPECT_EQ(m_service.Cache().Entries().size(), 1u);
+    EXPECT_TRUE(m_service.LookupCache(u"55/2", m_strLog, m_strReply));
+    EXPECT_EQ(m_strLog, u"CACHE: 55/2, 位置なし");
     EXPECT_FALSE(m_service.GetLocation().HasPosition());
 }
 
-TEST_F(PositionServiceTest, MissingOrEmptyCacheFileLeavesTheCacheEmpty) {
-    EXPECT_FALSE(m_service.LoadCache(CachePath()));
-    WriteCache("");
-    EXPECT_FALSE(m_service.LoadCache(CachePath()));
-    std::u16string strLog, strReply;
-    EXPECT_FALSE(m_service.LookupCache(u"11/3", strLog, strReply));
-}
-
-TEST_F(PositionServiceTest, WholeTextLookupRequestsOnceAndFillsEveryForm) {
+// The whole CS-ID text goes in one request; the position comes from the Location, or from the
+// body when the Location has none.
+TEST_F(PositionServiceTest, WholeTextLookupFillsEveryForm) {
     Answer("11", "http://service.example/?pos=N35.39.29.157E139.44.58.500");
-    std::u16string strLog, strReply;
-    ASSERT_TRUE(m_service.LookupService(m_route, u"11/3,22/7", strLog, strReply));
+    Answer("22", "http://service.example/none", "pos=N1.2.3.4E5.6.7.8");
+    Answer("33", "http://service.example/none", "nothing");
+    ASSERT_TRUE(m_service.LookupService(m_route, u"11/3,22/7", m_strLog, m_strReply));
     EXPECT_EQ(Infos(), std::vector<std::string>{"11/3,22/7"});
-    EXPECT_EQ(m_targets, std::vector<std::string>{"/loc1/location?my=http://vantrel.example/my&pos=$location"});
-    EXPECT_EQ(strReply, u"http://service.example/?pos=N35.39.29.157E139.44.58.500");
+    EXPECT_EQ(m_strTarget, "/loc1/location?my=http://vantrel.example/my&pos=$location");
+    EXPECT_EQ(m_strReply, u"http://service.example/?pos=N35.39.29.157E139.44.58.500");
     EXPECT_EQ(m_service.GetLocation().m_nEL[0], 139);
     EXPECT_GT(m_service.GetLocation().m_dWEast, 139.0);
-}
-
-TEST_F(PositionServiceTest, PositionInTheBodyIsUsedWhenTheLocationHasNone) {
-    Answer("11", "http://service.example/none", "pos=N1.2.3.4E5.6.7.8");
-    Answer("22", "http://service.example/none", "nothing");
-    std::u16string strLog, strReply;
-    ASSERT_TRUE(m_service.LookupService(m_route, u"11/3", strLog, strReply));
+    ASSERT_TRUE(m_service.LookupService(m_route, u"22/3", m_strLog, m_strReply));
     EXPECT_EQ(m_service.GetLocation().m_strNL, u"1.2.3.4");
     EXPECT_EQ(m_service.GetLocation().m_strEL, u"5.6.7.8");
-    EXPECT_FALSE(m_service.LookupService(m_route, u"22/3", strLog, strReply));
+    EXPECT_FALSE(m_service.LookupService(m_route, u"33/3", m_strLog, m_strReply));
 }
 
 // A miss goes to the service station by station; the answers fill the cache, which is saved and
-// read back as it was written.
+// read back as it was written. Only the first line of a body goes into the cache, so a body
+// holding CR LF cannot add an entry for a station the module never reported.
 TEST_F(PositionServiceTest, MissUpdatesTheCacheStationByStationAndSavesIt) {
     Answer("11", "/r?pos=N1.1.1.1E2.2.2.2");
     Answer("22", "/r?pos=N35.39.29.157E139.44.58.500");
-    Answer("33", "/r?pos=N3.3.3.3E4.4.4.4");
-    WriteCache(kMark + Utf16Le(u"22,stale\r\n"));
-    ASSERT_TRUE(m_service.LoadCache(CachePath()));
-    std::u16string strLog, strReply;
-    ASSERT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"11/3,22/7,33/7", strLog, strReply));
+    Answer("33", "/r", "pos=N3.3.3.3E4.4.4.4\r\n99,pos=N9.9.9.9E9.9.9.9\r\n");
+    ASSERT_TRUE(LoadCache(kMark + ToUtf16LeBytes(u"22,stale\r\n")));
+    ASSERT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"11/3,22/7,33/7", m_strLog, m_strReply));
     EXPECT_EQ(Infos(), (std::vector<std::string>{"11/3", "22/7", "33/7"}));
     const Location& location = m_service.GetLocation();
     EXPECT_EQ(location.m_strNL, u"35.39.29.157");
@@ -141,47 +125,33 @@ TEST_F(PositionServiceTest, MissUpdatesTheCacheStationByStationAndSavesIt) {
     EXPECT_EQ(location.m_nNL[0], 0);  // this path fills the four texts only
     EXPECT_EQ(location.m_dWNorth, 0.0);
 
-    ASSERT_TRUE(m_service.SaveCache(CachePath()));
-    const std::string strSaved = kMark + Utf16Le(u"22,/r?pos=N35.39.29.157E139.44.58.500\r\n"
-                                                 u"11,/r?pos=N1.1.1.1E2.2.2.2\r\n33,/r?pos=N3.3.3.3E4.4.4.4\r\n");
+    const std::u16string strPath = m_dir.WideFile("cache.txt");
+    const std::string strSaved = kMark + ToUtf16LeBytes(u"22,/r?pos=N35.39.29.157E139.44.58.500\r\n"
+                                                        u"11,/r?pos=N1.1.1.1E2.2.2.2\r\n33,pos=N3.3.3.3E4.4.4.4\r\n");
+    ASSERT_TRUE(m_service.SaveCache(strPath));
     EXPECT_EQ(test::ReadFileBytes(m_dir.File("cache.txt")), strSaved);
     EXPECT_EQ(m_dir.Names(), std::vector<std::string>{"cache.txt"});  // no temporary left behind
-
     PositionService reloaded{m_http, *m_pFiles};
-    ASSERT_TRUE(reloaded.LoadCache(CachePath()));
-    ASSERT_TRUE(reloaded.SaveCache(CachePath()));
+    ASSERT_TRUE(reloaded.LoadCache(strPath));
+    ASSERT_TRUE(reloaded.SaveCache(strPath));
     EXPECT_EQ(test::ReadFileBytes(m_dir.File("cache.txt")), strSaved);
-    EXPECT_TRUE(reloaded.LookupCache(u"11/3,22/7,33/7", strLog, strReply));
+    EXPECT_TRUE(reloaded.LookupCache(u"11/3,22/7,33/7", m_strLog, m_strReply));
     EXPECT_EQ(reloaded.GetLocation().m_nNL[0], 35);
-}
-
-// The body is the answer when the Location holds no position, and a body may hold CR LF: only its
-// first line goes into the cache, so the file gains no entry the module never reported.
-TEST_F(PositionServiceTest, ReplyBodyCannotForgeACacheEntry) {
-    Answer("11", "/r", "pos=N1.1.1.1E2.2.2.2\r\n99,pos=N9.9.9.9E9.9.9.9\r\n");
-    std::u16string strLog, strReply;
-    ASSERT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"11/3", strLog, strReply));
-    ASSERT_TRUE(m_service.SaveCache(CachePath()));
-    EXPECT_EQ(test::ReadFileBytes(m_dir.File("cache.txt")), kMark + Utf16Le(u"11,pos=N1.1.1.1E2.2.2.2\r\n"));
-    PositionService reloaded{m_http, *m_pFiles};
-    ASSERT_TRUE(reloaded.LoadCache(CachePath()));
-    EXPECT_FALSE(reloaded.LookupCache(u"99/5", strLog, strReply));
+    EXPECT_FALSE(reloaded.LookupCache(u"99/9", m_strLog, m_strReply));
 }
 
 TEST_F(PositionServiceTest, UpdateResultIsThatOfTheLastStation) {
     Answer("11", "/r?pos=N1.1.1.1E2.2.2.2");
-    std::u16string strLog, strReply;
-    EXPECT_FALSE(m_service.LookupServiceAndUpdate(m_route, u"11/3,77/1", strLog, strReply));
+    EXPECT_FALSE(m_service.LookupServiceAndUpdate(m_route, u"11/3,77/1", m_strLog, m_strReply));
     EXPECT_EQ(m_service.GetLocation().m_strNL, u"1.1.1.1");  // the earlier answer still counts
     ASSERT_EQ(m_service.Cache().Entries().size(), 1u);       // the failed one is not stored
-    EXPECT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"77/1,11/3", strLog, strReply));
-    EXPECT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"", strLog, strReply));
+    EXPECT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"77/1,11/3", m_strLog, m_strReply));
+    EXPECT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"", m_strLog, m_strReply));
     EXPECT_EQ(Infos().size(), 4u);
     EXPECT_EQ(m_boxes.Boxes().size(), 2u);  // each failed request showed its diagnostic
-}
-
-TEST_F(PositionServiceTest, SaveIntoAMissingFolderFailsAndKeepsNothing) {
-    EXPECT_FALSE(m_service.SaveCache(m_dir.WideFile("missing/cache.txt")));
+    Answer("22", "/r?pos=N2.2.2.2E3.3.3.3");
+    EXPECT_TRUE(m_service.LookupServiceAndUpdate(m_route, u"22/0,11", m_strLog, m_strReply));
+    EXPECT_EQ(m_service.GetLocation().m_strNL, u"2.2.2.2") << "a station without a level counts as level 0";
 }
 
 }  // namespace

@@ -2,25 +2,17 @@
 
 #include <cerrno>
 
-#include "support/ManualClock.h"
 #include "SerialRig.h"
-#include "support/TempDir.h"
 
 namespace vantrel {
 namespace {
 
-
-// A device whose calls fail on demand; counts the opens and notes the configuration calls and what
-// they were given. It reports a line state and time-outs in which every field is the opposite of
-// what the channel wants, so that a field left as reported shows.
+// A device whose call named strFails fails; it notes each call and what the configuration calls
+// were given. It reports a line state and time-outs in which every field is the opposite of what
+// the channel wants, so that a field left as reported shows.
 struct Script {
-    int nOpens = 0;
-    bool bOpenFails = false;
-    bool bSetTimeoutsFails = false;
-    bool bGetStateFails = false;
-    bool bSetStateFails = false;
-    int nCloses = 0;
-    std::vector<std::string> calls;
+    std::string strFails;
+    std::string strCalls;
     CommTimeouts timeouts;
     CommState state;
 };
@@ -28,46 +20,46 @@ struct Script {
 class ScriptedDevice final : public SerialDevice {
 public:
     explicit ScriptedDevice(Script& script) : m_script(script) {}
-    bool Open(const std::u16string&) override {
-        ++m_script.nOpens;
-        return m_script.bOpenFails ? Fail(ENOENT) : true;
-    }
-    bool GetTimeouts(CommTimeouts& timeouts) override {
-        timeouts = {7, 7, 7, 7, 7};
-        return true;
-    }
-    bool SetTimeouts(const CommTimeouts& timeouts) override {
-        m_script.calls.push_back("SetTimeouts");
-        m_script.timeouts = timeouts;
-        return m_script.bSetTimeoutsFails ? Fail(EIO) : true;
-    }
+    bool Open(const std::u16string&) override { return Call("Open", ENOENT); }
+    bool GetTimeouts(CommTimeouts& timeouts) override { return timeouts = {7, 7, 7, 7, 7}, true; }
+    bool SetTimeouts(const CommTimeouts& timeouts) override { return m_script.timeouts = timeouts, Call("SetTimeouts", EIO); }
     bool GetState(CommState& state) override {
         state = {1200, 7, 2, 2, false, true, false, false, true, true};
-        return m_script.bGetStateFails ? Fail(ENOTTY) : true;
+        return Call("GetState", ENOTTY);
     }
-    bool SetState(const CommState& state) override {
-        m_script.calls.push_back("SetState");
-        m_script.state = state;
-        return m_script.bSetStateFails ? Fail(EINVAL) : true;
-    }
-    bool ClearInfrared() override { return m_script.calls.push_back("ClearInfrared"), true; }
-    bool PurgeInput() override { return m_script.calls.push_back("PurgeInput"), true; }
+    bool SetState(const CommState& state) override { return m_script.state = state, Call("SetState", EINVAL); }
+    bool ClearInfrared() override { return Call("ClearInfrared"); }
+    bool PurgeInput() override { return Call("PurgeInput"); }
     bool ClearError(CommStatus&) override { return true; }
     bool Read(void*, std::uint32_t, std::uint32_t& nRead) override { return nRead = 0, true; }
     bool Write(const void*, std::uint32_t n, std::uint32_t& nWritten) override { return nWritten = n, true; }
-    bool ClearDtr() override { return m_script.calls.push_back("ClearDtr"), true; }
-    bool Close() override { return m_script.calls.push_back("Close"), ++m_script.nCloses, true; }
+    bool ClearDtr() override { return Call("ClearDtr"); }
+    bool Close() override { return Call("Close"); }
     std::uint32_t LastError() const override { return m_nError; }
     std::u16string ErrorText(std::uint32_t nError) const override { return test::ErrnoText(static_cast<int>(nError)); }
 
 private:
-    bool Fail(int nError) {
+    bool Call(const std::string& strName, int nError = 0) {
+        m_script.strCalls += strName + " ";
         m_nError = static_cast<std::uint32_t>(nError);
-        return false;
+        return strName != m_script.strFails;
     }
     Script& m_script;
     std::uint32_t m_nError = 0;
 };
+
+// 9600 8N1, CTS output flow, DTR and RTS on, no DSR flow and no XON/XOFF; reads return what is
+// buffered and writes are bounded by 10 ms a byte plus a second.
+void ExpectLineSettings(const Script& script) {
+    const CommTimeouts& t = script.timeouts;
+    EXPECT_EQ(std::vector<std::uint32_t>({t.nReadInterval, t.nReadTotalMultiplier, t.nReadTotalConstant,
+                                          t.nWriteTotalMultiplier, t.nWriteTotalConstant}),
+              std::vector<std::uint32_t>({0xFFFFFFFF, 0, 0, 10, 1000}));
+    const CommState& s = script.state;
+    EXPECT_EQ(std::vector<int>({int(s.nBaudRate), s.nByteSize, s.nParity, s.nStopBits}), std::vector<int>({9600, 8, 0, 0}));
+    EXPECT_EQ(std::vector<bool>({s.bOutxCtsFlow, s.bOutxDsrFlow, s.bDtrEnable, s.bRtsEnable, s.bOutX, s.bInX}),
+              std::vector<bool>({true, false, true, true, false, false}));
+}
 
 class SerialPortFailure : public testing::Test {
 protected:
@@ -81,102 +73,72 @@ protected:
 };
 
 TEST_F(SerialPortFailure, AnUnavailablePortCosts30AttemptsWith100MsPauses) {
-    m_script.bOpenFails = true;
+    m_script.strFails = "Open";
     SerialPort port(ScriptedContext());
     const std::uint32_t nStart = m_clock.TickCount();
     EXPECT_FALSE(port.Open(u"COM1:"));
-    EXPECT_EQ(m_script.nOpens, 30);
+    std::string strOpens;
+    for (int i = 0; i < 30; ++i) strOpens += "Open ";
+    EXPECT_EQ(m_script.strCalls, strOpens);
     EXPECT_EQ(m_clock.TickCount() - nStart, 3000u);
     EXPECT_EQ(m_services.Texts(), std::vector<std::u16string>{u"CreateFile failed: COM1:(Error:" + test::ErrnoText(ENOENT) + u")"});
-    ASSERT_EQ(m_services.Boxes().Boxes().size(), 1u);
     EXPECT_EQ(m_services.Boxes().Boxes()[0].strCaption, u"エラー");
     EXPECT_EQ(m_services.Boxes().Boxes()[0].nFlags, mb::kIconHand);
-    EXPECT_FALSE(port.IsOpen());
     EXPECT_FALSE(port.HoldsHandle());
 }
 
-// 9600 8N1 with CTS output flow, DTR and RTS on, no DSR flow and no XON/XOFF; reads return what is
-// buffered and writes are bounded by 10 ms a byte plus a second. Closing lowers DTR first.
-TEST(SerialPortConfiguration, OpenAppliesTheLineStateAndCloseLowersDtr) {
-    Script script;
-    test::SerialRig services;
-    SerialPort port(services.Context([&script] { return std::make_unique<ScriptedDevice>(script); }));
-    ASSERT_TRUE(port.Open(u"COM1:"));
-    const CommTimeouts& t = script.timeouts;
-    EXPECT_EQ(std::vector<std::uint32_t>({t.nReadInterval, t.nReadTotalMultiplier, t.nReadTotalConstant,
-                                          t.nWriteTotalMultiplier, t.nWriteTotalConstant}),
-              std::vector<std::uint32_t>({0xFFFFFFFF, 0, 0, 10, 1000}));
-    const CommState& s = script.state;
-    EXPECT_EQ(std::vector<int>({int(s.nBaudRate), s.nByteSize, s.nParity, s.nStopBits}), std::vector<int>({9600, 8, 0, 0}));
-    EXPECT_EQ(std::vector<bool>({s.bOutxCtsFlow, s.bOutxDsrFlow, s.bDtrEnable, s.bRtsEnable, s.bOutX, s.bInX}),
-              std::vector<bool>({true, false, true, true, false, false}));
-    EXPECT_TRUE(port.closePort());
-    EXPECT_EQ(script.calls, (std::vector<std::string>{"SetTimeouts", "SetState", "ClearInfrared", "PurgeInput",
-                                                      "ClearDtr", "Close"}));
-    EXPECT_TRUE(services.Texts().empty());
+// Legend: the configuration call that fails (none), the calls made, the message shown. Closing an
+// open port lowers DTR first; a failure leaves the handle held and the port not open until Close.
+TEST_F(SerialPortFailure, OpenConfiguresTheLineOrHoldsTheHandleHalfOpen) {
+    const struct {
+        const char* pszFails;
+        const char* pszCalls;
+        std::u16string strMessage;
+    } cases[] = {
+        {"", "Open SetTimeouts GetState SetState ClearInfrared PurgeInput ", u""},
+        {"SetTimeouts", "Open SetTimeouts ", u"SetCommTimeouts failed. (Error:Input/output error)"},
+        {"GetState", "Open SetTimeouts GetState ", u"Get configuration port has problem. (Error:Inappropriate ioctl for device)"},
+        {"SetState", "Open SetTimeouts GetState SetState ", u"Set configuration port has problem. (Error:Invalid argument)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszCalls);
+        m_script = {c.pszFails, "", {}, {}};
+        test::SerialRig services;
+        SerialPort port(services.Context([this] { return std::make_unique<ScriptedDevice>(m_script); }));
+        const bool bOk = c.strMessage.empty();
+        EXPECT_EQ(port.Open(u"COM1:"), bOk);
+        EXPECT_EQ(m_script.strCalls, c.pszCalls);
+        EXPECT_EQ(services.Texts(), bOk ? std::vector<std::u16string>{} : std::vector<std::u16string>{c.strMessage});
+        if (bOk) ExpectLineSettings(m_script);
+        EXPECT_TRUE(port.HoldsHandle());
+        EXPECT_EQ(port.closePort(), bOk);  // closePort knows only open ports
+        if (!bOk) port.Close();
+        EXPECT_FALSE(port.HoldsHandle());
+        EXPECT_EQ(m_script.strCalls, c.pszCalls + std::string(bOk ? "ClearDtr Close " : "Close "));
+    }
 }
 
-TEST_F(SerialPortFailure, AMissingRealDeviceGivesTheSystemsText) {
-    SerialPort port(m_services.Context());
-    EXPECT_FALSE(port.Open(u"/dev/vantrel-no-such-port"));
-    EXPECT_EQ(m_services.Texts(), std::vector<std::u16string>{u"CreateFile failed: /dev/vantrel-no-such-port(Error:No such file or directory)"});
-}
-
-// Legend: which configuration call fails, the message it shows.
-struct ConfigCase {
-    bool Script::*pFails;
-    const char16_t* pszMessage;
-};
-
-class ConfigurationFailure : public SerialPortFailure, public testing::WithParamInterface<ConfigCase> {};
-
-TEST_P(ConfigurationFailure, LeavesTheHandleHeldAndTheFlagClearUntilClose) {
-    m_script.*GetParam().pFails = true;
-    SerialPort port(ScriptedContext());
-    EXPECT_FALSE(port.Open(u"COM1:"));
-    EXPECT_EQ(m_services.Texts(), std::vector<std::u16string>{GetParam().pszMessage});
-    EXPECT_FALSE(port.IsOpen());
-    EXPECT_TRUE(port.HoldsHandle());
-    EXPECT_FALSE(port.closePort());  // closePort knows only open ports
-    EXPECT_EQ(m_script.nCloses, 0);
-    port.Close();
-    EXPECT_EQ(m_script.nCloses, 1);
-    EXPECT_FALSE(port.HoldsHandle());
-    EXPECT_EQ(m_services.Texts().size(), 1u);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Serial, ConfigurationFailure,
-    testing::Values(ConfigCase{&Script::bSetTimeoutsFails, u"SetCommTimeouts failed. (Error:Input/output error)"},
-                    ConfigCase{&Script::bGetStateFails,
-                               u"Get configuration port has problem. (Error:Inappropriate ioctl for device)"},
-                    ConfigCase{&Script::bSetStateFails,
-                               u"Set configuration port has problem. (Error:Invalid argument)"}));
-
-TEST_F(SerialPortFailure, AHalfOpenPortKeepsTheDeviceBusyUntilClose) {
-    // A regular file opens but has no line state: the real device goes half-open on it.
+// The real device: a missing path gives the system's text; a regular file opens but has no line
+// state, so the port goes half-open and the held handle keeps the file busy until Close; with no
+// handle at all a write fails as on an invalid one.
+TEST_F(SerialPortFailure, TheRealDeviceReportsTheSystemsReasons) {
     test::TempDir dir;
     test::WriteFileBytes(dir.File("notatty"), "");
+    const std::u16string strFile = dir.WideFile("notatty");
     SerialPort port(m_services.Context());
-    EXPECT_FALSE(port.Open(dir.WideFile("notatty")));
-    EXPECT_TRUE(port.HoldsHandle());
-    EXPECT_FALSE(port.Open(dir.WideFile("notatty")));  // the held handle does not share
-    const std::vector<std::u16string> texts = m_services.Texts();
-    ASSERT_EQ(texts.size(), 2u);
-    EXPECT_EQ(texts[0], u"Get configuration port has problem. (Error:Inappropriate ioctl for device)");
-    EXPECT_EQ(texts[1], u"CreateFile failed: " + dir.WideFile("notatty") + u"(Error:Device or resource busy)");
-    port.Close();
-    EXPECT_FALSE(port.Open(dir.WideFile("notatty")));  // opens again, fails in configuration again
-    EXPECT_EQ(m_services.Texts().size(), 3u);
-    EXPECT_EQ(m_services.Texts()[2], texts[0]);
-}
-
-TEST_F(SerialPortFailure, WritingWithoutAHandleFailsAsOnAnInvalidHandle) {
     std::uint32_t nWritten = 0;
-    SerialPort realPort(m_services.Context());
-    EXPECT_FALSE(realPort.write_scc("AT\r\n", 4, nWritten));
-    EXPECT_EQ(m_services.Texts(), std::vector<std::u16string>{
-                                      u"ClearCommError() Failed(write_scc()). dwErrors = 0x00000000, WinErr = (Bad file descriptor)"});
+    EXPECT_FALSE(port.write_scc("AT\r\n", 4, nWritten));
+    EXPECT_FALSE(port.Open(u"/dev/vantrel-no-such-port"));
+    EXPECT_FALSE(port.Open(strFile));
+    EXPECT_TRUE(port.HoldsHandle());
+    EXPECT_FALSE(port.Open(strFile));  // the held handle does not share
+    port.Close();
+    EXPECT_FALSE(port.Open(strFile));  // opens again, fails in configuration again
+    const std::u16string strNoTty = u"Get configuration port has problem. (Error:Inappropriate ioctl for device)";
+    EXPECT_EQ(m_services.Texts(), (std::vector<std::u16string>{
+                                      u"ClearCommError() Failed(write_scc()). dwErrors = 0x00000000, WinErr = (Bad file descriptor)",
+                                      u"CreateFile failed: /dev/vantrel-no-such-port(Error:No such file or directory)", strNoTty,
+                                      u"CreateFile failed: " + strFile + u"(Error:Device or resource busy)", strNoTty}));
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #pragma once
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -14,7 +13,6 @@
 #include "acquire/PortResolver.h"
 #include "acquire/SerialPort.h"
 #include "deliver/MessageFacility.h"
-#include "port/Clock.h"
 #include "port/Factories.h"
 #include "port/FileSystem.h"
 #include "port/PseudoTerminal.h"
@@ -85,13 +83,12 @@ private:
     bool m_bResolve;
 };
 
-// Collects the chunks a channel hands over, in order, and lets a test wait for them.
+// Collects the chunks a channel hands over, in order.
 class ChunkCollector final : public SerialListener {
 public:
     void OnReceive(const std::u16string& strText) override {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_chunks.push_back(Utf16ToUtf8(strText));
-        m_changed.notify_all();
     }
     std::vector<std::string> Chunks() const {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -102,20 +99,9 @@ public:
         for (const std::string& strChunk : Chunks()) strText += strChunk;
         return strText;
     }
-    // Waits until the text received so far holds at least nBytes, or ends in strEnd.
-    bool WaitFor(std::size_t nBytes, std::uint32_t nTimeoutMs, const std::string& strEnd = "") {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, std::chrono::milliseconds(nTimeoutMs), [&] {
-            std::string strText;
-            for (const std::string& strChunk : m_chunks) strText += strChunk;
-            return strEnd.empty() ? strText.size() >= nBytes
-                                  : strText.size() >= strEnd.size() && strText.compare(strText.size() - strEnd.size(), strEnd.size(), strEnd) == 0;
-        });
-    }
 
 private:
     mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
     std::vector<std::string> m_chunks;
 };
 
@@ -126,12 +112,16 @@ inline bool Send(SerialPort& port, const std::string& strBytes) {
     return port.write_scc(strBytes.data(), static_cast<int>(strBytes.size()), nWritten) && nWritten == strBytes.size();
 }
 
-// A module that answers each command line through a script, on the far end of a real
-// pseudo-terminal: for faults the emulator has no switch for (a bad reading, then a good one).
+inline void Put(PseudoTerminal& terminal, const std::string& strBytes) {
+    terminal.Write(strBytes.data(), static_cast<std::uint32_t>(strBytes.size()));
+}
+
+// A module on the far end of a real pseudo-terminal that hands each command line the host ends
+// with "\r" to a script, which answers through the terminal (writes, pauses, a hang-up): for
+// faults the emulator has no switch for, and for recorded conversations.
 class ScriptedModule {
 public:
-    // Returns the bytes to send for command number nIndex (from 0) with the given text.
-    using Script = std::function<std::string(const std::string& strCommand, int nIndex)>;
+    using Script = std::function<void(PseudoTerminal& terminal, const std::string& strCommand)>;
 
     explicit ScriptedModule(Script script) : m_script(std::move(script)), m_pTerminal(CreatePseudoTerminal()) {}
     ~ScriptedModule() {
@@ -145,24 +135,23 @@ public:
         return true;
     }
     std::string DevicePath() const { return m_pTerminal->SlavePath(); }
+    // The command lines whose script has run to its end.
+    int Served() const { return m_nServed; }
 
 private:
     void Serve() {
         std::string strLine;
-        for (int nIndex = 0; !m_bStop;) {
-            char buffer[256];
-            std::uint32_t nRead = 0;
-            if (!m_pTerminal->Read(buffer, sizeof buffer, nRead, 20)) return;
-            for (std::uint32_t i = 0; i < nRead; ++i) {
-                if (buffer[i] == '\n') continue;  // the host ends its lines with "\r\n"
-                if (buffer[i] != '\r') {
-                    strLine += buffer[i];
-                    continue;
-                }
-                const std::string strAnswer = m_script(strLine, nIndex++);
-                if (!strAnswer.empty()) m_pTerminal->Write(strAnswer.data(), static_cast<std::uint32_t>(strAnswer.size()));
-                strLine.clear();
+        char c = 0;
+        std::uint32_t nRead = 0;
+        while (!m_bStop && m_pTerminal->Read(&c, 1, nRead, 20)) {
+            if (nRead == 0 || c == '\n') continue;  // the host ends its lines with "\r\n"
+            if (c != '\r') {
+                strLine += c;
+                continue;
             }
+            m_script(*m_pTerminal, strLine);
+            strLine.clear();
+            ++m_nServed;
         }
     }
 
@@ -170,6 +159,7 @@ private:
     std::unique_ptr<PseudoTerminal> m_pTerminal;
     std::thread m_thread;
     std::atomic<bool> m_bStop{false};
+    std::atomic<int> m_nServed{0};
 };
 
 // The standard answer of a module that knows the command: echo, body lines, "OK".

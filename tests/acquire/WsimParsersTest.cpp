@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "acquire/WsimParsers.h"
+#include "settings/TextUtil.h"
 
 namespace vantrel {
 namespace {
@@ -26,29 +27,34 @@ TEST(WsimParsers, LineRules) {
         {"position answer echoing another command", 'Q', u"AT@LBC1\r\nN1:2:3\r\nE4:5:6\r\nOK\r\n", false, u""},
     };
     for (const auto& c : cases) {
-        std::u16string strText = u"untouched";
+        std::u16string strText;
         EXPECT_EQ(c.cParser == 'K' ? ParseCsId(c.strAnswer, strText) : ParseSimpleCoordinates(c.strAnswer, strText), c.bOk)
             << c.pszLegend;
-        if (c.bOk) EXPECT_EQ(strText, c.strText) << c.pszLegend;
+        if (c.bOk) {
+            EXPECT_EQ(strText, c.strText) << c.pszLegend;
+        }
     }
 }
 
-TEST(WsimParsers, IdentifyTakesTheFirstMatchingEchoInTableOrder) {
-    // Legend: answer -> identifier; "AT@K20" must win over its prefix "AT@K".
-    const std::pair<std::u16string, int> cases[] = {
-        {u"AT@K20\r\nOK\r\n", wsim::kK20}, {u"AT@K\r\nOK\r\n", wsim::kK},     {u"AT@K2\r\n", wsim::kK},
-        {u"AT@LBC1\r\nOK\r\n", wsim::kLbc1}, {u"AT@LBC?\r\n", wsim::kLbcQuery}, {u"AT@LBC2\r\nOK\r\n", wsim::kLbc2},
-        {u"ERROR\r\n", wsim::kUnknown},      {u"", wsim::kUnknown},               {u"AT@LBC3\r\n", wsim::kUnknown},
+// Legend: answer -> identifier ("AT@K20" must win over its prefix "AT@K"), and whether it is complete
+// (only a final "OK" line completes).
+TEST(WsimParsers, IdentifyAndCompletion) {
+    const struct {
+        std::u16string strAnswer;
+        int nId;
+        bool bComplete;
+    } cases[] = {
+        {u"AT@K20\r\nOK\r\n", wsim::kK20, true}, {u"AT@K\r\nOK\r\n", wsim::kK, true},
+        {u"AT@K2\r\n", wsim::kK, false},         {u"AT@LBC1\r\nOK\r\n", wsim::kLbc1, true},
+        {u"AT@LBC?\r\n", wsim::kLbcQuery, false}, {u"AT@LBC2\r\nOK\r\n", wsim::kLbc2, true},
+        {u"ERROR\r\n", wsim::kUnknown, false},    {u"", wsim::kUnknown, false},
+        {u"AT@LBC3\r\nOK\r", wsim::kUnknown, false}, {u"AT@K20\r\nERROR\r\n", wsim::kK20, false},
+        {u"AT@K20\r\nOK\r\n1", wsim::kK20, false}, {u"OK\r\n", wsim::kUnknown, true},
     };
-    for (const auto& [strAnswer, nId] : cases) EXPECT_EQ(IdentifyAnswer(strAnswer), nId) << std::string(strAnswer.begin(), strAnswer.end());
-}
-
-TEST(WsimParsers, OnlyAFinalOkLineCompletes) {
-    EXPECT_FALSE(IsAnswerComplete(u"OK\r"));
-    EXPECT_TRUE(IsAnswerComplete(u"OK\r\n"));
-    EXPECT_TRUE(IsAnswerComplete(u"AT@K20\r\n1,2\r\nOK\r\n"));
-    EXPECT_FALSE(IsAnswerComplete(u"AT@K20\r\nERROR\r\n"));
-    EXPECT_FALSE(IsAnswerComplete(u"AT@K20\r\nOK\r\n1"));
+    for (const auto& c : cases) {
+        EXPECT_EQ(IdentifyAnswer(c.strAnswer), c.nId) << Utf16ToUtf8(c.strAnswer);
+        EXPECT_EQ(IsAnswerComplete(c.strAnswer), c.bComplete) << Utf16ToUtf8(c.strAnswer);
+    }
 }
 
 }  // namespace
