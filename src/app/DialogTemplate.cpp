@@ -160,7 +160,7 @@ int CreateControls(const DialogTemplate& dlg, DialogHost& host) {
     for (const DialogItem& item : dlg.items) {
         const std::u16string strClass = item.strClass.empty() ? PredefinedClassName(item.nClassCode) : item.strClass;
         if (strClass.empty()) continue;
-        ControlSpec control{item.nId, strClass, item.strText, item.nStyle, item.nExStyle, item.x, item.y, item.cx, item.cy};
+        ControlItem control{item.nId, strClass, item.strText, item.nStyle, item.nExStyle, item.x, item.y, item.cx, item.cy};
         if (host.CreateControl(control)) ++nBuilt;
     }
     return nBuilt;

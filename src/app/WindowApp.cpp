@@ -32,17 +32,17 @@ std::vector<MenuEntry> SoftKeyMenu(std::vector<MenuEntry> entries) {
     return entries;
 }
 
-MainWindowSpec WindowSpec() {
+MainWindowParts WindowSpec() {
     const ResourceModule& resources = ResourceModule::Program();
-    MainWindowSpec spec;
-    spec.strTitle = LoadText(IDS_APP_TITLE);
-    spec.icon = LoadIcon(resources, IDI_APP);
-    spec.strLeftKey = LoadText(IDS_SOFTKEY_SEND);
-    spec.nLeftCommand = IDC_ACQUIRE_SEND;
-    spec.strRightKey = LoadText(IDS_SOFTKEY_MENU);
-    spec.rightMenu = SoftKeyMenu(LoadMenu(resources, IDR_MENU));
-    spec.shortcuts = LoadShortcuts(resources, IDR_ACCELERATOR);
-    return spec;
+    MainWindowParts parts;
+    parts.strTitle = LoadText(IDS_APP_TITLE);
+    parts.icon = LoadIcon(resources, IDI_APP);
+    parts.strLeftKey = LoadText(IDS_SOFTKEY_SEND);
+    parts.nLeftCommand = IDC_ACQUIRE_SEND;
+    parts.strRightKey = LoadText(IDS_SOFTKEY_MENU);
+    parts.rightMenu = SoftKeyMenu(LoadMenu(resources, IDR_MENU));
+    parts.shortcuts = LoadShortcuts(resources, IDR_ACCELERATOR);
+    return parts;
 }
 
 }  // namespace
@@ -77,7 +77,7 @@ int WindowApp::Start() {
         }
     }
     services.AttachWindow(*m_pModule);
-    const MainWindowSpec spec = WindowSpec();
+    const MainWindowParts parts = WindowSpec();
     // A second start only brings the first one's window to the front.
     m_pInstance = m_pModule->CreateInstanceGuard();
     if (!m_pInstance->Claim(LoadText(IDS_WINDOW_CLASS), [this] {
@@ -88,7 +88,7 @@ int WindowApp::Start() {
         m_err << "vantrel: the emulated module could not be started (no pseudo-terminal)\n";
         return kExitFailed;
     }
-    m_pWindow = m_pModule->CreateMainWindow(spec);
+    m_pWindow = m_pModule->CreateMainWindow(parts);
     m_pWindow->SetCommandHandler([this](int nId) { OnCommand(nId); });
     m_pWindow->SetCloseHandler([this] { RequestClose(); });
     m_pForm = std::make_unique<MainForm>(services.MakeFormServices(),
@@ -104,7 +104,7 @@ int WindowApp::Start() {
         return kExitFailed;
     }
     m_pTray = m_pModule->CreateTrayIcon();
-    m_pTray->Show(spec.icon, [this] { m_pWindow->Raise(); });
+    m_pTray->Show(parts.icon, [this] { m_pWindow->Raise(); });
     m_pWindow->Show();
     // A termination request closes the window as the close box does, exit steps included.
     services.pInterrupts->Watch([&ui = services.Ui(), this] { ui.Post([this] { RequestClose(); }); });

@@ -11,7 +11,7 @@ namespace vantrel {
 
 // One control as the dialog template describes it; positions and sizes are dialog units, which the
 // host converts with the template's font.
-struct ControlSpec {
+struct ControlItem {
     int nId = 0;
     std::u16string strClass;  // "BUTTON", "EDIT", "STATIC", "LISTBOX", "SCROLLBAR", "COMBOBOX" or a class name
     std::u16string strText;
@@ -75,7 +75,7 @@ public:
 
     virtual WindowHandle Handle() const = 0;
     virtual void SetFrame(const DialogFrame& frame) = 0;
-    virtual bool CreateControl(const ControlSpec& control) = 0;
+    virtual bool CreateControl(const ControlItem& control) = 0;
     virtual bool HasControl(int nId) const = 0;
 
     virtual void SetTitle(const std::u16string& strTitle) = 0;

@@ -34,7 +34,7 @@ using IconImages = std::vector<std::vector<std::uint8_t>>;
 
 // What the main window shows around the form: title, icon, the soft-key bar (a left key that gives
 // a command and a right key that pops up a menu) and the keyboard shortcuts.
-struct MainWindowSpec {
+struct MainWindowParts {
     std::u16string strTitle;
     IconImages icon;
     std::u16string strLeftKey;
@@ -96,7 +96,7 @@ public:
     virtual Clipboard& SystemClipboard() = 0;
     // The toolkit's open-file and save-file dialogs.
     virtual FileDialogs& SystemFileDialogs() = 0;
-    virtual std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowSpec& spec) = 0;
+    virtual std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowParts& parts) = 0;
     virtual std::unique_ptr<TrayIcon> CreateTrayIcon() = 0;
     virtual std::unique_ptr<InstanceGuard> CreateInstanceGuard() = 0;
     // True when the screen is wider than tall (the wide layout of a dialog is chosen).

@@ -48,14 +48,14 @@ private:
 
 class FakeMainWindow final : public MainWindow {
 public:
-    FakeMainWindow(UiThread& ui, const MainWindowSpec& layout) : m_layout(layout), m_form(ui) {}
+    FakeMainWindow(UiThread& ui, const MainWindowParts& layout) : m_layout(layout), m_form(ui) {}
     DialogHost& Form() override { return m_form; }
     void SetCommandHandler(std::function<void(int)> handler) override { m_fnCommand = std::move(handler); }
     void SetCloseHandler(std::function<void()> handler) override { m_fnClose = std::move(handler); }
     void Show() override {}
     void Raise() override { ++m_nRaised; }
 
-    MainWindowSpec m_layout;
+    MainWindowParts m_layout;
     MemoryDialogHost m_form;
     std::function<void(int)> m_fnCommand;
     std::function<void()> m_fnClose;
@@ -96,7 +96,7 @@ public:
     MessageBoxHost& MessageBoxes() override { return m_boxes; }
     Clipboard& SystemClipboard() override { return m_clipboard; }
     FileDialogs& SystemFileDialogs() override { return m_fileDialogs; }
-    std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowSpec& layout) override {
+    std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowParts& layout) override {
         auto pWindow = std::make_unique<FakeMainWindow>(m_ui, layout);
         m_pWindow = pWindow.get();
         return pWindow;
@@ -150,7 +150,7 @@ protected:
 
 TEST_F(WindowAppTest, WindowGetsTheResourcesMenuKeysAndShortcuts) {
     ASSERT_EQ(Run({[&] { Window().m_fnClose(); }}), 0);
-    const MainWindowSpec& layout = Window().m_layout;
+    const MainWindowParts& layout = Window().m_layout;
     EXPECT_EQ(layout.strTitle, u"vantrel");
     EXPECT_EQ(layout.strLeftKey, u"取得/送信");
     EXPECT_EQ(layout.nLeftCommand, IDC_ACQUIRE_SEND);

@@ -62,7 +62,7 @@ QPushButton* Key(QWidget& window, const QString& strText) {
 }
 
 TEST(WindowModule, SoftKeysMenuAndShortcutsGiveTheirCommands) {
-    MainWindowSpec layout;
+    MainWindowParts layout;
     layout.strTitle = u"vantrel";
     layout.strLeftKey = u"左";
     layout.nLeftCommand = 1016;

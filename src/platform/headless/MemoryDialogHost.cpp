@@ -27,7 +27,7 @@ void MemoryDialogHost::SetFrame(const DialogFrame& frame) {
     m_strTitle = frame.strTitle;
 }
 
-bool MemoryDialogHost::CreateControl(const ControlSpec& description) {
+bool MemoryDialogHost::CreateControl(const ControlItem& description) {
     std::lock_guard lock(m_mutex);
     Control control;
     control.description = description;
@@ -407,10 +407,10 @@ std::u16string MemoryDialogHost::Title() const {
     return m_strTitle;
 }
 
-ControlSpec MemoryDialogHost::Description(int nId) const {
+ControlItem MemoryDialogHost::Description(int nId) const {
     std::lock_guard lock(m_mutex);
     const Control* p = Find(nId);
-    return p ? p->description : ControlSpec{};
+    return p ? p->description : ControlItem{};
 }
 
 std::vector<int> MemoryDialogHost::ControlIds() const {

@@ -19,7 +19,7 @@ public:
 
     WindowHandle Handle() const override;
     void SetFrame(const DialogFrame& frame) override;
-    bool CreateControl(const ControlSpec& description) override;
+    bool CreateControl(const ControlItem& description) override;
     bool HasControl(int nId) const override;
 
     void SetTitle(const std::u16string& strTitle) override;
@@ -81,7 +81,7 @@ public:
 
     DialogFrame Frame() const;
     std::u16string Title() const;
-    ControlSpec Description(int nId) const;
+    ControlItem Description(int nId) const;
     std::vector<int> ControlIds() const;  // in creation order
     bool IsCaretAtEnd(int nId) const;
     int TextLimit(int nId) const;
@@ -105,7 +105,7 @@ private:
         std::vector<TreeItem> children;
     };
     struct Control {
-        ControlSpec description;
+        ControlItem description;
         std::u16string strText;
         int nLimit = 0;
         bool bCaretAtEnd = false;

@@ -86,25 +86,25 @@ std::optional<ControlKind> ButtonKind(std::uint32_t nStyle) {
     }
 }
 
-bool HasFrame(const ControlSpec& spec) { return (spec.nStyle & ws::kBorder) || (spec.nExStyle & ws::kExClientEdge); }
+bool HasFrame(const ControlItem& record) { return (record.nStyle & ws::kBorder) || (record.nExStyle & ws::kExClientEdge); }
 
-QWidget* MakeButton(ControlKind kind, const ControlSpec& spec, QWidget* pParent) {
-    const std::uint32_t nType = spec.nStyle & kBsTypeMask;
+QWidget* MakeButton(ControlKind kind, const ControlItem& record, QWidget* pParent) {
+    const std::uint32_t nType = record.nStyle & kBsTypeMask;
     const bool bAuto = nType == kBsAutoCheckBox || nType == kBsAuto3State || nType == kBsAutoRadioButton;
     switch (kind) {
     case ControlKind::CheckBox: {
-        QCheckBox* p = bAuto ? new QCheckBox(Text(spec.strText), pParent)
-                             : new ReportingButton<QCheckBox>(Text(spec.strText), pParent);
+        QCheckBox* p = bAuto ? new QCheckBox(Text(record.strText), pParent)
+                             : new ReportingButton<QCheckBox>(Text(record.strText), pParent);
         p->setTristate(nType == kBs3State || nType == kBsAuto3State);
         return p;
     }
     case ControlKind::RadioButton:
         // Qt groups auto radio buttons by parent rather than by WS_GROUP runs.
-        return bAuto ? new QRadioButton(Text(spec.strText), pParent)
-                     : new ReportingButton<QRadioButton>(Text(spec.strText), pParent);
-    case ControlKind::GroupBox: return new QGroupBox(Text(spec.strText), pParent);
+        return bAuto ? new QRadioButton(Text(record.strText), pParent)
+                     : new ReportingButton<QRadioButton>(Text(record.strText), pParent);
+    case ControlKind::GroupBox: return new QGroupBox(Text(record.strText), pParent);
     default: {
-        auto* p = new QPushButton(Text(spec.strText), pParent);
+        auto* p = new QPushButton(Text(record.strText), pParent);
         p->setDefault(nType == kBsDefPushButton);
         p->setAutoDefault(false);
         return p;
@@ -112,42 +112,42 @@ QWidget* MakeButton(ControlKind kind, const ControlSpec& spec, QWidget* pParent)
     }
 }
 
-QWidget* MakeLabel(const ControlSpec& spec, QWidget* pParent) {
-    auto* p = new QLabel(Text(spec.strText), pParent);
+QWidget* MakeLabel(const ControlItem& record, QWidget* pParent) {
+    auto* p = new QLabel(Text(record.strText), pParent);
     p->setTextFormat(Qt::PlainText);
-    const std::uint32_t nType = spec.nStyle & kSsTypeMask;
+    const std::uint32_t nType = record.nStyle & kSsTypeMask;
     const Qt::Alignment horizontal = nType == kSsCenter ? Qt::AlignHCenter : nType == kSsRight ? Qt::AlignRight : Qt::AlignLeft;
-    p->setAlignment(horizontal | ((spec.nStyle & kSsCenterImage) ? Qt::AlignVCenter : Qt::AlignTop));
+    p->setAlignment(horizontal | ((record.nStyle & kSsCenterImage) ? Qt::AlignVCenter : Qt::AlignTop));
     p->setWordWrap(nType <= kSsRight);  // SS_LEFT, SS_CENTER and SS_RIGHT wrap at words
     return p;
 }
 
-QWidget* MakeLineEdit(const ControlSpec& spec, QWidget* pParent) {
-    auto* p = new QLineEdit(Text(spec.strText), pParent);
-    p->setFrame(HasFrame(spec));
-    p->setReadOnly(spec.nStyle & kEsReadOnly);
-    if (spec.nStyle & kEsPassword) p->setEchoMode(QLineEdit::Password);
-    if (spec.nStyle & kEsNumber) p->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[0-9]*")), p));
-    const std::uint32_t nAlign = spec.nStyle & (kEsCenter | kEsRight);
+QWidget* MakeLineEdit(const ControlItem& record, QWidget* pParent) {
+    auto* p = new QLineEdit(Text(record.strText), pParent);
+    p->setFrame(HasFrame(record));
+    p->setReadOnly(record.nStyle & kEsReadOnly);
+    if (record.nStyle & kEsPassword) p->setEchoMode(QLineEdit::Password);
+    if (record.nStyle & kEsNumber) p->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[0-9]*")), p));
+    const std::uint32_t nAlign = record.nStyle & (kEsCenter | kEsRight);
     p->setAlignment((nAlign == kEsCenter ? Qt::AlignHCenter : nAlign == kEsRight ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     return p;
 }
 
-QWidget* MakeTextEdit(const ControlSpec& spec, QWidget* pParent) {
+QWidget* MakeTextEdit(const ControlItem& record, QWidget* pParent) {
     auto* p = new QPlainTextEdit(pParent);
-    if (!HasFrame(spec)) p->setFrameShape(QFrame::NoFrame);
-    p->setReadOnly(spec.nStyle & kEsReadOnly);
-    if (spec.nStyle & kEsReadOnly) p->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    p->setVerticalScrollBarPolicy((spec.nStyle & ws::kVScroll) ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
-    p->setHorizontalScrollBarPolicy((spec.nStyle & ws::kHScroll) ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    if (!HasFrame(record)) p->setFrameShape(QFrame::NoFrame);
+    p->setReadOnly(record.nStyle & kEsReadOnly);
+    if (record.nStyle & kEsReadOnly) p->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    p->setVerticalScrollBarPolicy((record.nStyle & ws::kVScroll) ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    p->setHorizontalScrollBarPolicy((record.nStyle & ws::kHScroll) ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
     // Without horizontal scrolling a multi-line edit wraps its lines at the control's width.
-    const bool bWrap = !(spec.nStyle & (kEsAutoHScroll | ws::kHScroll));
+    const bool bWrap = !(record.nStyle & (kEsAutoHScroll | ws::kHScroll));
     p->setLineWrapMode(bWrap ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
     p->setTabChangesFocus(true);  // in a dialog Tab moves on, as the dialog manager does
     return p;
 }
 
-QWidget* MakeListView(const ControlSpec& spec, QWidget* pParent) {
+QWidget* MakeListView(const ControlItem& record, QWidget* pParent) {
     // Report view: one row selected whole, no editing in place; grid lines and movable captions
     // come with the extended style.
     auto* p = new QTableWidget(pParent);
@@ -162,29 +162,29 @@ QWidget* MakeListView(const ControlSpec& spec, QWidget* pParent) {
     p->horizontalHeader()->setSectionsClickable(true);
     p->horizontalHeader()->setHighlightSections(false);
     p->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    const bool bReport = (spec.nStyle & kLvsTypeMask) == kLvsReport;
-    if (!bReport || (spec.nStyle & kLvsNoColumnHeader)) p->horizontalHeader()->hide();
-    if (!HasFrame(spec)) p->setFrameShape(QFrame::NoFrame);
+    const bool bReport = (record.nStyle & kLvsTypeMask) == kLvsReport;
+    if (!bReport || (record.nStyle & kLvsNoColumnHeader)) p->horizontalHeader()->hide();
+    if (!HasFrame(record)) p->setFrameShape(QFrame::NoFrame);
     return p;
 }
 
-QWidget* MakeTreeView(const ControlSpec& spec, QWidget* pParent) {
+QWidget* MakeTreeView(const ControlItem& record, QWidget* pParent) {
     auto* p = new QTreeWidget(pParent);
     p->setHeaderHidden(true);
     p->setColumnCount(1);
     p->setSelectionMode(QAbstractItemView::SingleSelection);
-    p->setRootIsDecorated((spec.nStyle & kTvsHasButtons) && (spec.nStyle & kTvsLinesAtRoot));
-    p->setItemsExpandable(spec.nStyle & kTvsHasButtons);
-    if (!HasFrame(spec)) p->setFrameShape(QFrame::NoFrame);
+    p->setRootIsDecorated((record.nStyle & kTvsHasButtons) && (record.nStyle & kTvsLinesAtRoot));
+    p->setItemsExpandable(record.nStyle & kTvsHasButtons);
+    if (!HasFrame(record)) p->setFrameShape(QFrame::NoFrame);
     return p;
 }
 
 }  // namespace
 
-std::optional<ControlKind> KindOf(const ControlSpec& spec) {
-    const std::u16string& c = spec.strClass;
-    if (Is(c, u"BUTTON")) return ButtonKind(spec.nStyle);
-    if (Is(c, u"EDIT")) return (spec.nStyle & kEsMultiline) ? ControlKind::TextEdit : ControlKind::LineEdit;
+std::optional<ControlKind> KindOf(const ControlItem& record) {
+    const std::u16string& c = record.strClass;
+    if (Is(c, u"BUTTON")) return ButtonKind(record.nStyle);
+    if (Is(c, u"EDIT")) return (record.nStyle & kEsMultiline) ? ControlKind::TextEdit : ControlKind::LineEdit;
     if (Is(c, u"STATIC")) return ControlKind::Label;
     if (Is(c, u"LISTBOX")) return ControlKind::ListBox;
     if (Is(c, u"SCROLLBAR")) return ControlKind::ScrollBar;
@@ -194,28 +194,28 @@ std::optional<ControlKind> KindOf(const ControlSpec& spec) {
     return std::nullopt;
 }
 
-QWidget* MakeControlWidget(ControlKind kind, const ControlSpec& spec, QWidget* pParent) {
+QWidget* MakeControlWidget(ControlKind kind, const ControlItem& record, QWidget* pParent) {
     switch (kind) {
     case ControlKind::PushButton:
     case ControlKind::CheckBox:
     case ControlKind::RadioButton:
-    case ControlKind::GroupBox: return MakeButton(kind, spec, pParent);
-    case ControlKind::Label: return MakeLabel(spec, pParent);
-    case ControlKind::LineEdit: return MakeLineEdit(spec, pParent);
-    case ControlKind::TextEdit: return MakeTextEdit(spec, pParent);
+    case ControlKind::GroupBox: return MakeButton(kind, record, pParent);
+    case ControlKind::Label: return MakeLabel(record, pParent);
+    case ControlKind::LineEdit: return MakeLineEdit(record, pParent);
+    case ControlKind::TextEdit: return MakeTextEdit(record, pParent);
     case ControlKind::ComboBox: {
         auto* p = new QComboBox(pParent);
-        p->setEditable((spec.nStyle & kCbsTypeMask) != kCbsDropDownList);
+        p->setEditable((record.nStyle & kCbsTypeMask) != kCbsDropDownList);
         return p;
     }
     case ControlKind::ListBox: {
         auto* p = new QListWidget(pParent);
-        if (!HasFrame(spec)) p->setFrameShape(QFrame::NoFrame);
+        if (!HasFrame(record)) p->setFrameShape(QFrame::NoFrame);
         return p;
     }
-    case ControlKind::ListView: return MakeListView(spec, pParent);
-    case ControlKind::TreeView: return MakeTreeView(spec, pParent);
-    case ControlKind::ScrollBar: return new QScrollBar((spec.nStyle & kSbsVert) ? Qt::Vertical : Qt::Horizontal, pParent);
+    case ControlKind::ListView: return MakeListView(record, pParent);
+    case ControlKind::TreeView: return MakeTreeView(record, pParent);
+    case ControlKind::ScrollBar: return new QScrollBar((record.nStyle & kSbsVert) ? Qt::Vertical : Qt::Horizontal, pParent);
     }
     return nullptr;
 }

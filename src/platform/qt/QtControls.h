@@ -37,11 +37,11 @@ constexpr std::uint32_t kExClientEdge = 0x00000200;
 
 // The kind of widget a template item becomes, from its class and style; none for a class this
 // backend does not draw (the item is then not created, as CreateWindow fails on an unknown class).
-std::optional<ControlKind> KindOf(const ControlSpec& spec);
+std::optional<ControlKind> KindOf(const ControlItem& record);
 
 // Makes the widget for an item, configured by its style (the geometry, visibility and enabled
 // state are the host's). The widget carries the item's text.
-QWidget* MakeControlWidget(ControlKind kind, const ControlSpec& spec, QWidget* pParent);
+QWidget* MakeControlWidget(ControlKind kind, const ControlItem& record, QWidget* pParent);
 
 // Whether a control shows a text of its own (a caption), rather than taking its name from a label.
 bool HasOwnCaption(ControlKind kind);

@@ -186,7 +186,7 @@ void QtDialogHost::SetFrame(const DialogFrame& frame) {
 }
 
 void QtDialogHost::Place(const Control& control) const {
-    const ControlSpec& s = control.spec;
+    const ControlItem& s = control.record;
     QRect rect = m_font.units.Rect(s.x, s.y, s.cx, s.cy);
     // A combo box's template height includes its open list; the closed box is as high as its font needs.
     if (control.kind == ControlKind::ComboBox) rect.setHeight(control.pWidget->sizeHint().height());
@@ -203,24 +203,24 @@ void QtDialogHost::Relayout() {
     for (const Control& control : m_controls) Place(control);
 }
 
-bool QtDialogHost::CreateControl(const ControlSpec& spec) {
-    const std::optional<ControlKind> kind = KindOf(spec);
+bool QtDialogHost::CreateControl(const ControlItem& record) {
+    const std::optional<ControlKind> kind = KindOf(record);
     if (!kind || !m_pSurface) return false;
     Control& control = m_controls.emplace_back();
-    control.spec = spec;
+    control.record = record;
     control.kind = *kind;
     control.nIndex = m_controls.size() - 1;
-    control.pWidget = MakeControlWidget(*kind, spec, m_pSurface);
+    control.pWidget = MakeControlWidget(*kind, record, m_pSurface);
     QWidget* pWidget = control.pWidget;
-    pWidget->setObjectName(QString::number(spec.nId));
+    pWidget->setObjectName(QString::number(record.nId));
     if (!TakesFocus(*kind)) pWidget->setFocusPolicy(Qt::NoFocus);
-    else pWidget->setFocusPolicy((spec.nStyle & ws::kTabStop) ? Qt::StrongFocus : Qt::ClickFocus);
-    pWidget->setEnabled(!(spec.nStyle & ws::kDisabled));
-    pWidget->setVisible(spec.nStyle & ws::kVisible);
+    else pWidget->setFocusPolicy((record.nStyle & ws::kTabStop) ? Qt::StrongFocus : Qt::ClickFocus);
+    pWidget->setEnabled(!(record.nStyle & ws::kDisabled));
+    pWidget->setVisible(record.nStyle & ws::kVisible);
     pWidget->installEventFilter(m_pSurface);
     if (control.kind == ControlKind::TextEdit) {
         Quiet quiet(m_nQuiet);
-        static_cast<QPlainTextEdit*>(pWidget)->setPlainText(ToWidgetLines(spec.strText));
+        static_cast<QPlainTextEdit*>(pWidget)->setPlainText(ToWidgetLines(record.strText));
     }
     if (m_controls.size() > 1 && !HasOwnCaption(*kind)) {
         const Control& previous = m_controls[m_controls.size() - 2];
@@ -232,24 +232,24 @@ bool QtDialogHost::CreateControl(const ControlSpec& spec) {
     UpdateAccessibleName(control);
     Place(control);
     Connect(control);
-    m_byId[spec.nId] = &control;  // ids need not be unique (labels share -1); the last one wins the id
+    m_byId[record.nId] = &control;  // ids need not be unique (labels share -1); the last one wins the id
     return true;
 }
 
 void QtDialogHost::UpdateAccessibleName(const Control& control) const {
     QString strName;  // left empty, Qt names the control by its caption and follows every change of it
     if (HasOwnCaption(control.kind)) {
-        if (CaptionOf(control.kind, control.pWidget).isEmpty()) strName = QString::number(control.spec.nId);
+        if (CaptionOf(control.kind, control.pWidget).isEmpty()) strName = QString::number(control.record.nId);
     } else if (control.pLabel && !CaptionOf(ControlKind::Label, control.pLabel->pWidget).isEmpty()) {
         strName = CaptionOf(ControlKind::Label, control.pLabel->pWidget);
     } else {
-        strName = QString::number(control.spec.nId);
+        strName = QString::number(control.record.nId);
     }
     control.pWidget->setAccessibleName(strName);
 }
 
 void QtDialogHost::Connect(Control& control) {
-    const int nId = control.spec.nId;
+    const int nId = control.record.nId;
     QWidget* pWidget = control.pWidget;
     switch (control.kind) {
     case ControlKind::PushButton:

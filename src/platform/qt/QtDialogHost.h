@@ -64,7 +64,7 @@ public:
 
     WindowHandle Handle() const override;
     void SetFrame(const DialogFrame& frame) override;
-    bool CreateControl(const ControlSpec& control) override;
+    bool CreateControl(const ControlItem& control) override;
     bool HasControl(int nId) const override;
 
     void SetTitle(const std::u16string& strTitle) override;
@@ -117,7 +117,7 @@ public:
 private:
     class Surface;
     struct Control {
-        ControlSpec spec;
+        ControlItem record;
         ControlKind kind = ControlKind::Label;
         std::size_t nIndex = 0;      // in template order
         QWidget* pWidget = nullptr;  // a child of the surface

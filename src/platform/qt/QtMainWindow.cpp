@@ -19,9 +19,9 @@ QString ToQString(const std::u16string& str) { return QString::fromStdU16String(
 
 }  // namespace
 
-QtMainWindow::QtMainWindow(QtUiThread& ui, const MainWindowSpec& spec) {
-    setWindowTitle(ToQString(spec.strTitle));
-    setWindowIcon(IconFromImages(spec.icon));
+QtMainWindow::QtMainWindow(QtUiThread& ui, const MainWindowParts& parts) {
+    setWindowTitle(ToQString(parts.strTitle));
+    setWindowIcon(IconFromImages(parts.icon));
     auto* pContent = new QWidget(this);
     setCentralWidget(pContent);
     m_pForm = QtDialogHost::CreateEmbedded(ui, pContent);
@@ -29,9 +29,9 @@ QtMainWindow::QtMainWindow(QtUiThread& ui, const MainWindowSpec& spec) {
     pLayout->setContentsMargins(0, 0, 0, 0);
     pLayout->setSpacing(0);
     pLayout->addWidget(m_pForm->Widget(), 1);
-    m_pSoftKeys = BuildSoftKeys(spec);
+    m_pSoftKeys = BuildSoftKeys(parts);
     pLayout->addWidget(m_pSoftKeys);
-    for (const Shortcut& shortcut : spec.shortcuts) {
+    for (const Shortcut& shortcut : parts.shortcuts) {
         auto* pShortcut = new QShortcut(QKeySequence(ToQString(shortcut.strKeys), QKeySequence::PortableText), this);
         const int nCommand = shortcut.nCommand;
         connect(pShortcut, &QShortcut::activated, this, [this, nCommand] { Command(nCommand); });
@@ -40,22 +40,22 @@ QtMainWindow::QtMainWindow(QtUiThread& ui, const MainWindowSpec& spec) {
 
 QtMainWindow::~QtMainWindow() = default;
 
-QWidget* QtMainWindow::BuildSoftKeys(const MainWindowSpec& spec) {
+QWidget* QtMainWindow::BuildSoftKeys(const MainWindowParts& parts) {
     auto* pBar = new QWidget(this);
     pBar->setObjectName(QStringLiteral("softkeys"));
     auto* pLayout = new QHBoxLayout(pBar);
     pLayout->setContentsMargins(2, 2, 2, 2);
-    m_pLeftKey = new QPushButton(ToQString(spec.strLeftKey), pBar);
-    m_pRightKey = new QPushButton(ToQString(spec.strRightKey), pBar);
+    m_pLeftKey = new QPushButton(ToQString(parts.strLeftKey), pBar);
+    m_pRightKey = new QPushButton(ToQString(parts.strRightKey), pBar);
     for (QPushButton* pKey : {m_pLeftKey, m_pRightKey}) {
         pKey->setAutoDefault(false);
         pKey->setFocusPolicy(Qt::NoFocus);  // soft keys are pressed, never tabbed to
         pLayout->addWidget(pKey, 1);
     }
-    const int nLeftCommand = spec.nLeftCommand;
+    const int nLeftCommand = parts.nLeftCommand;
     connect(m_pLeftKey, &QPushButton::clicked, this, [this, nLeftCommand] { Command(nLeftCommand); });
     m_pMenu = new QMenu(this);
-    AddEntries(*m_pMenu, spec.rightMenu);
+    AddEntries(*m_pMenu, parts.rightMenu);
     connect(m_pRightKey, &QPushButton::clicked, this, [this] { PopUpMenu(); });
     return pBar;
 }

@@ -19,7 +19,7 @@ class QtUiThread;
 // QMainWindow, so that screen readers meet it as a frame.
 class QtMainWindow final : public QMainWindow, public MainWindow {
 public:
-    QtMainWindow(QtUiThread& ui, const MainWindowSpec& spec);
+    QtMainWindow(QtUiThread& ui, const MainWindowParts& parts);
     ~QtMainWindow() override;
 
     DialogHost& Form() override;
@@ -32,7 +32,7 @@ protected:
     void closeEvent(QCloseEvent* pEvent) override;
 
 private:
-    QWidget* BuildSoftKeys(const MainWindowSpec& spec);
+    QWidget* BuildSoftKeys(const MainWindowParts& parts);
     void AddEntries(QMenu& menu, const std::vector<MenuEntry>& entries);
     void PopUpMenu();
     void Command(int nId);

@@ -105,8 +105,8 @@ public:
     Clipboard& SystemClipboard() override { return m_clipboard; }
     FileDialogs& SystemFileDialogs() override { return *m_pFileDialogs; }
 
-    std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowSpec& spec) override {
-        return std::make_unique<QtMainWindow>(*m_pUi, spec);
+    std::unique_ptr<MainWindow> CreateMainWindow(const MainWindowParts& parts) override {
+        return std::make_unique<QtMainWindow>(*m_pUi, parts);
     }
     std::unique_ptr<TrayIcon> CreateTrayIcon() override { return std::make_unique<QtTrayIcon>(); }
     std::unique_ptr<InstanceGuard> CreateInstanceGuard() override { return std::make_unique<QtInstanceGuard>(); }
