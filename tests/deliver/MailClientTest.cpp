@@ -248,6 +248,7 @@ TEST(MailDate, FormatsUtcWithTheLocalOffset) {
         {test::MakeTime(2009, 8, 3, 8, 59, 59), -540, true, ""},                                  // UTC Sunday
         {test::MakeTime(2010, 12, 7, 1, 2, 3), 300, true, "Mon, 7 Dec 2010 06:02:03 -0500"},
         {test::MakeTime(2010, 1, 5, 10, 0, 0), -330, true, "Mon, 5 Jan 2010 04:30:00 +0530"},
+        {test::MakeTime(2010, 1, 5, 10, 0, 0), 1, true, "Mon, 5 Jan 2010 10:01:00 -0001"},       // west by a minute
         {test::MakeTime(2010, 1, 5, 10, 0, 0), 0, false, "Mon, 5 Jan 2010 10:00:00"},
     };
     for (const auto& c : cases) {
