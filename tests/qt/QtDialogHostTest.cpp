@@ -4,6 +4,7 @@
 #include <QHeaderView>
 #include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTest>
@@ -325,11 +326,12 @@ TEST_F(QtDialogHostTest, TabFollowsTheTemplateAndCursorKeysMoveBetweenControls) 
     EXPECT_EQ(Focused(*pHost), QString::number(IDC_ACQUIRE));
 }
 
-// Pages behind tabs named by their titles, Enter and Escape acting on the page shown, one modal
-// run for the whole sheet.
+// Pages behind tabs named by their titles, every tab of the program's eight in sight, Enter and
+// Escape acting on the page shown, one modal run for the whole sheet.
 TEST_F(QtDialogHostTest, SheetShowsPagesBehindTabsAndRunsAsOneDialog) {
     QtSheetHost sheet(m_ui, nullptr);
-    for (std::uint16_t nTemplate : {IDD_PAGE_ACTION, IDD_PAGE_AUTH}) {
+    for (std::uint16_t nTemplate : {IDD_PAGE_ACTION, IDD_PAGE_AUTH, IDD_PAGE_MAIL, IDD_PAGE_AUTOSEND, IDD_PAGE_MESSAGE,
+                                    IDD_PAGE_RETRY, IDD_PAGE_POSLOG, IDD_PAGE_FUNCTION}) {
         DialogHost& page = sheet.AddPage();
         CreateControls(ResourceModule::Program(), nTemplate, page);
         page.SetCommandHandler([&, nTemplate](int nId, int) { m_commands.emplace_back(nTemplate, nId); });
@@ -342,7 +344,7 @@ TEST_F(QtDialogHostTest, SheetShowsPagesBehindTabsAndRunsAsOneDialog) {
     EXPECT_EQ(pTabs->tabText(1), QStringLiteral("認証2"));
     EXPECT_EQ(sheet.ActivePage(), 0);
     sheet.SetActivePage(1);
-    sheet.SetActivePage(5);
+    sheet.SetActivePage(8);
     EXPECT_EQ(sheet.ActivePage(), 1);
     sheet.SetActivePage(0);
     EXPECT_EQ(sheet.ActivePage(), 0);
@@ -353,6 +355,8 @@ TEST_F(QtDialogHostTest, SheetShowsPagesBehindTabsAndRunsAsOneDialog) {
         EXPECT_FALSE(sheet.Page(0)->Widget()->isVisible());
         const QSize page = sheet.Page(1)->Widget()->size();
         EXPECT_TRUE(page.width() >= sheet.Page(1)->FrameSize().width() && page.height() >= sheet.Page(1)->FrameSize().height());
+        const QTabBar* pBar = pTabs->tabBar();
+        EXPECT_LE(pBar->tabRect(pBar->count() - 1).right(), pBar->width()) << "the last tab is scrolled out of sight";
         QTest::keyClick(sheet.Page(1)->ControlWidget(IDC_PU_HOSTPOP), Qt::Key_Return);
         QTest::keyClick(sheet.Page(1)->ControlWidget(IDC_PU_HOSTPOP), Qt::Key_Escape);
         sheet.Widget()->close();

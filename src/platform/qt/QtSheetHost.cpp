@@ -45,6 +45,10 @@ QtSheetHost::QtSheetHost(QtUiThread& ui, QWidget* pOwner)
     auto* pLayout = new QVBoxLayout(m_pWindow);
     pLayout->setContentsMargins(0, 0, 0, 0);
     m_pTabs = new QTabWidget(m_pWindow);
+    // All eight titles in sight: the sheet grows to its row of tabs rather than hiding the last
+    // pages behind scroll arrows; the pages keep their template positions on the left.
+    m_pTabs->setUsesScrollButtons(false);
+    m_pTabs->setElideMode(Qt::ElideNone);
     pLayout->addWidget(m_pTabs);
 }
 
