@@ -67,7 +67,7 @@ TEST(WindowModule, SoftKeysMenuAndShortcutsGiveTheirCommands) {
     layout.strLeftKey = u"左";
     layout.nLeftCommand = 1016;
     layout.strRightKey = u"右";
-    layout.rightMenu = {{1008, u"取得"}, {0, u"", true}, {0, u"下", false, {{40000, u"終了"}}}};
+    layout.rightMenu = {{1008, u"取得", false, {}}, {0, u"", true, {}}, {0, u"下", false, {{40000, u"終了", false, {}}}}};
     layout.shortcuts = {{u"Ctrl+A", 40002}};
     layout.icon = LoadIcon(ResourceModule::Program(), IDI_APP);
     const std::unique_ptr<MainWindow> pWindow = Module().CreateMainWindow(layout);
