@@ -4,7 +4,7 @@
 # a sanitizer report, a leak, a time-out or a broken check; the finding is kept in the run folder.
 #   scripts/fuzz.sh [SECONDS [TARGET...]]      default: 20 s, every target
 # Environment: FUZZ_BUILD (build folder), FUZZ_WORK (run folder, default a new temporary one),
-# FUZZ_JOBS (targets run at once, default 2).
+# FUZZ_JOBS (targets run at once, default 2), FUZZ_SEED (libFuzzer's seed, default a new one each run).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -40,9 +40,10 @@ run_one() {
   local name=$1 dir=$work/$1
   mkdir -p "$dir/corpus" "$dir/findings"
   cp -r "fuzz/corpus/$name/." "$dir/corpus/"
-  local dict=()
-  if [ -f "fuzz/dict/$name.dict" ]; then dict=(-dict="fuzz/dict/$name.dict"); fi
-  if "$build/fuzz/fuzz_$name" "${dict[@]}" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+  local options=()
+  if [ -f "fuzz/dict/$name.dict" ]; then options=(-dict="fuzz/dict/$name.dict"); fi
+  if [ -n "${FUZZ_SEED:-}" ]; then options+=(-seed="$FUZZ_SEED"); fi
+  if "$build/fuzz/fuzz_$name" "${options[@]}" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
       -print_final_stats=1 -artifact_prefix="$dir/findings/" "$dir/corpus" >"$dir/log" 2>&1; then
     local cov
     cov=$(grep -E '^#[0-9]+.*(cov|ft):' "$dir/log" | tail -n 1 | grep -oE 'cov: [0-9]+ ft: [0-9]+' || true)
