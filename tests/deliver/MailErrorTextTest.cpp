@@ -14,7 +14,6 @@ MailResult Make(int nError, std::int32_t nLastError, std::int32_t nStatus = 0) {
     r.m_nStatus = nStatus;
     r.m_strLastStep = u"send RCPT TO: LINE=42";
     r.m_strReply = "550 5.1.1 \x88\xca\x92\x75\r\n";  // "位置" in Shift-JIS
-    r.m_strReplyLog = u"220 ok\r\n550 5.1.1 位置\r\n";
     return r;
 }
 
@@ -28,7 +27,6 @@ TEST(MailErrorText, BaseMessageAndDetailForEveryCode) {
         {Make(1, 10091), u"WinSockの初期化に失敗しました。(10091)"},
         {Make(2, 7), u"WinSockのバージョンが一致しません。"},
         {Make(3, 7), u"ホスト名が空です。"},
-        {Make(4, 24), u"システムエラーが発生しました。(24)"},
         {Make(5, -2), u"ホスト名の解決に失敗しました。(-2)"},
         {Make(6, 32), u"送信エラーが発生しました。(32)\nsend RCPT TO: LINE=42"},
         {Make(7, 104), u"受信エラーが発生しました。(104)\nsend RCPT TO: LINE=42\n550 5.1.1 位置\r\n"},
@@ -41,15 +39,6 @@ TEST(MailErrorText, BaseMessageAndDetailForEveryCode) {
     for (const auto& c : cases) {
         EXPECT_EQ(ComposeMailErrorText(c.result, ResourceModule::Program()), c.pszText) << c.result.m_nError;
     }
-}
-
-TEST(MailErrorText, DebugTraceNamesTheReceivedLineOnlyForReceiveErrors) {
-    EXPECT_EQ(ComposeMailDebugTrace(Make(8, 0, 550)),
-              u"[Debug]: SendMail Error: 8, LastError :0\r\n"
-              u"[Debug]: SendMail LastStep: send RCPT TO: LINE=42\r\n"
-              u"[Debug]: SendMail Response: 220 ok\r\n550 5.1.1 位置\r\n\r\n");
-    EXPECT_TRUE(ComposeMailDebugTrace(Make(7, 104)).ends_with(u"[Debug]: recv string: 550 5.1.1 位置\r\n\r\n"));
-    EXPECT_EQ(ComposeMailDebugTrace(Make(0, 0)), u"");
 }
 
 }  // namespace
