@@ -70,15 +70,5 @@ TEST(WorkerThreadTest, WorkerThatIgnoresTheAbortIsLeftBehindNotWaitedFor) {
     EXPECT_EQ(g_nEnded.load(), nEndedBefore + 1);
 }
 
-TEST(WorkerThreadTest, WorkerThatEndsInTimeHandsBackItsSession) {
-    std::unique_ptr<Clock> pClock = CreateSystemClock();
-    auto pSession = std::make_shared<StuckSession>();
-    WorkerThread worker(*pClock, OpenAndCount);
-    ASSERT_EQ(worker.Start(pSession, u"http://slow/"), 0);
-    worker.SetTimeout(5000);
-    EXPECT_EQ(worker.Run(10), 0);
-    EXPECT_EQ(worker.TakeSession(), pSession);
-}
-
 }  // namespace
 }  // namespace vantrel
