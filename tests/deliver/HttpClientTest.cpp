@@ -40,8 +40,9 @@ protected:
 TEST_F(HttpClientTest, OnlyThePlainFetchFollowsRedirects) {
     std::string strLong;
     for (int i = 0; strLong.size() < 5000; ++i) strLong += std::to_string(i) + ";";
-    std::string strAgent;
+    std::string strInfo, strAgent;
     m_server.Server().Get("/loc", [&](const httplib::Request& request, httplib::Response& response) {
+        strInfo = request.get_header_value("X-CS-INFO");
         strAgent = request.get_header_value("User-Agent");
         response.status = 302;
         response.set_header("Location", "/next");
@@ -56,6 +57,7 @@ TEST_F(HttpClientTest, OnlyThePlainFetchFollowsRedirects) {
     ASSERT_TRUE(WithHeaders(m_server.WideUrl("/loc"), strBody, strLocation));
     EXPECT_EQ(strLocation, u"/next");  // raw, not made absolute
     EXPECT_EQ(strBody, Utf8ToUtf16(strLong));
+    EXPECT_EQ(strInfo, "11/3");
     EXPECT_EQ(strAgent, "vantrel");
     ASSERT_TRUE(Plain(m_server.WideUrl("/loc"), strBody));
     EXPECT_EQ(strBody, Utf8ToUtf16("followed " + strLong));
