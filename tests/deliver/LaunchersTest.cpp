@@ -43,26 +43,20 @@ protected:
     HandOffSettings m_settings;
 };
 
-// Legend: to, subject, cc, bcc, body, attachment -> the mail program's command line.
-TEST(NewMailCommandLine, SwitchesInOrderWithTheirBlanks) {
-    const struct {
-        NewMail mail;
-        std::u16string strExpected;
-    } cases[] = {
-        {{}, u""},
-        {{.strBody = u"text"}, u"-BODY \"text\""},
-        {{.strTo = u"a", .strCc = u"c", .strBcc = u"bc", .strSubject = u"s", .strBody = u"b", .strAttachment = u"f.txt"},
-         u"-TO \"a\"-SUBJECT \"s\" -CC \"c\" -BCC \"bc\" -BODY \"b\" -ATTACHMENT \"f.txt\""},
-    };
-    for (const auto& c : cases) EXPECT_EQ(Launchers::BuildNewMailCommandLine(c.mail), c.strExpected);
-}
-
+// The handset's mail program gets one command line: switches in a fixed order, a blank before each
+// but the subject, which follows -TO's value directly (that program parses -TO "a"-SUBJECT "b").
+// A desktop gets the opener's arguments, the recipient last.
 TEST_F(LaunchersTest, NewMailGoesToThePlatformsMailProgram) {
-    m_launchers.LaunchNewMail({.strTo = u"a", .strSubject = u"s"});
-    m_launcher.m_style = HandOffStyle::Desktop;
-    m_launchers.LaunchNewMail({u"a@x.jp", u"c@x.jp", u"b@x.jp", u"件名", u"本文\r\n2行目", u"/tmp/f.txt"});
+    const NewMail full{u"a@x.jp", u"c@x.jp", u"b@x.jp", u"件名", u"本文\r\n2行目", u"/tmp/f.txt"};
+    m_launchers.LaunchNewMail({});
     m_launchers.LaunchNewMail({.strBody = u"x"});
-    EXPECT_EQ(m_log, (Log{u"process \\Windows\\tmail.exe | -TO \"a\"-SUBJECT \"s\"",
+    m_launchers.LaunchNewMail(full);
+    m_launcher.m_style = HandOffStyle::Desktop;
+    m_launchers.LaunchNewMail(full);
+    m_launchers.LaunchNewMail({.strBody = u"x"});
+    EXPECT_EQ(m_log, (Log{u"process \\Windows\\tmail.exe | ", u"process \\Windows\\tmail.exe | -BODY \"x\"",
+                          u"process \\Windows\\tmail.exe | -TO \"a@x.jp\"-SUBJECT \"件名\" -CC \"c@x.jp\" -BCC \"b@x.jp\" "
+                          u"-BODY \"本文\r\n2行目\" -ATTACHMENT \"/tmp/f.txt\"",
                           u"spawn xdg-email --utf8 --subject 件名 --cc c@x.jp --bcc b@x.jp --body 本文\r\n2行目 "
                           u"--attach /tmp/f.txt a@x.jp",
                           u"spawn xdg-email --utf8 --body x"}));
@@ -184,7 +178,6 @@ TEST_F(MapDanceTest, MapThatCannotBeStartedFails) {
     m_launcher.m_style = HandOffStyle::Desktop;  // no map application to start at all
     EXPECT_EQ(m_launchers.SendMapSearch(0, m_location, m_settings), 0);
     EXPECT_EQ(m_log.size(), 1u);
-    EXPECT_EQ(m_clock.TickCount(), 5000u);
 }
 
 TEST_F(LaunchersTest, ClipboardGetsTheExpandedTemplateWhenThereIsAPosition) {

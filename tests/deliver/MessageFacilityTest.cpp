@@ -16,14 +16,11 @@
 namespace vantrel {
 namespace {
 
-std::string Utf16Le(std::u16string_view strText) { return ToUtf16LeBytes(strText); }
 const std::string kMark("\xFF\xFE", 2);
 
 class MessageFacilityTest : public testing::Test {
 protected:
     MessageFacilityTest() { m_facility.SetLogFolder(m_dir.WidePath()); }
-
-    std::string LogBytes() const { return test::ReadFileBytes(m_dir.File("20090129.log")); }
 
     test::TempDir m_dir;
     test::ManualClock m_clock{test::MakeTime(2009, 1, 29, 12, 0, 0)};
@@ -37,7 +34,8 @@ TEST_F(MessageFacilityTest, LogLinesStartTheDayFileWithTheMark) {
     m_facility.ShowMessage(0, u"text", caption::kDefault, mb::kIconHand);
     m_clock.Advance(61000);
     m_facility.ShowMessage(0, u"二行目\r\nです", caption::kWarning, mb::kOk);
-    EXPECT_EQ(LogBytes(), kMark + Utf16Le(u"[12:00:00] <エラー>:text\r\n[12:01:01] <警告>:二行目\r\nです\r\n"));
+    EXPECT_EQ(test::ReadFileBytes(m_dir.File("20090129.log")),
+              kMark + ToUtf16LeBytes(u"[12:00:00] <エラー>:text\r\n[12:01:01] <警告>:二行目\r\nです\r\n"));
     EXPECT_TRUE(m_boxes.Boxes().empty());
 }
 
@@ -103,7 +101,7 @@ TEST_F(MessageFacilityTest, PositionLogSizeLimit) {
 // The suffix names the day file; without one there is no ".".
 TEST_F(MessageFacilityTest, PositionLogNamesAndMissingFolder) {
     EXPECT_EQ(m_facility.WritePositionLog(u"a", nullptr, m_dir.WidePath(), 0), 6u);
-    EXPECT_EQ(test::ReadFileBytes(m_dir.File("20090129")), kMark + Utf16Le(u"a\r\n"));
+    EXPECT_EQ(test::ReadFileBytes(m_dir.File("20090129")), kMark + ToUtf16LeBytes(u"a\r\n"));
     EXPECT_EQ(m_facility.WritePositionLog(u"a", u"pos", m_dir.WideFile("missing"), 0), 0u);
     EXPECT_EQ(m_facility.WritePositionLog(u"a", u"pos", u"", 0), 0u);
     EXPECT_FALSE(std::filesystem::exists(m_dir.File("missing")));
