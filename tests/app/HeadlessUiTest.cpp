@@ -50,16 +50,6 @@ TEST_F(HeadlessUiThreadTest, NestedModalRunsEndInnermostFirst) {
     EXPECT_EQ(nInner, 2);
 }
 
-TEST_F(HeadlessUiThreadTest, WaitingLoopSeesAManualClockAdvancedElsewhere) {
-    m_ui.SetTimer(102, 1000, [&] { m_ui.Quit(3); });
-    std::thread mover([&] {
-        m_clock.Advance(1000);
-        m_ui.Wake();
-    });
-    EXPECT_EQ(m_ui.Run(), 3);
-    mover.join();
-}
-
 TEST_F(HeadlessUiThreadTest, DialogClosedBeforeItsRunEndsItAtOnce) {
     MemoryDialogHost host(m_ui);
     host.Close(2);

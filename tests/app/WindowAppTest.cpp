@@ -1,6 +1,7 @@
 // The window program's composition on the in-memory host: what it hands the window (title, icon,
 // soft keys, menu 102 and accelerator table 2 as the program's own resource has them), where the
-// window's commands go, the tray, the second start, and the exit steps.
+// window's commands go, the tray and the exit steps. The version dialog, the second start and the
+// tray's click are the real window's test (tests/gui), which shows them as a user meets them.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -77,14 +78,10 @@ public:
 
 class FakeGuard final : public InstanceGuard {
 public:
-    explicit FakeGuard(bool bFirst) : m_bFirst(bFirst) {}
-    bool Claim(const std::u16string& strName, std::function<void()> onRaise) override {
-        m_strName = strName;
+    bool Claim(const std::u16string&, std::function<void()> onRaise) override {
         m_fnRaise = std::move(onRaise);
-        return m_bFirst;
+        return true;
     }
-    bool m_bFirst;
-    std::u16string m_strName;
     std::function<void()> m_fnRaise;
 };
 
@@ -107,11 +104,11 @@ public:
         return pTray;
     }
     std::unique_ptr<InstanceGuard> CreateInstanceGuard() override {
-        auto pGuard = std::make_unique<FakeGuard>(m_bFirst);
+        auto pGuard = std::make_unique<FakeGuard>();
         m_pGuard = pGuard.get();
         return pGuard;
     }
-    bool IsScreenWide() const override { return m_bWide; }
+    bool IsScreenWide() const override { return false; }
 
     std::unique_ptr<Clock> m_pClock = CreateSystemClock();
     PaintingUiThread m_ui{*m_pClock};
@@ -119,8 +116,6 @@ public:
     test::RecordingMessageBox m_boxes;
     test::FakeClipboard m_clipboard;
     test::ScriptedFileDialogs m_fileDialogs;
-    bool m_bFirst = true;
-    bool m_bWide = false;
     FakeMainWindow* m_pWindow = nullptr;
     FakeTray* m_pTray = nullptr;
     FakeGuard* m_pGuard = nullptr;
@@ -160,16 +155,11 @@ TEST_F(WindowAppTest, WindowGetsTheResourcesMenuKeysAndShortcuts) {
     for (const MenuEntry& entry : layout.rightMenu) ids.push_back(entry.bSeparator ? 0 : entry.nId);
     EXPECT_EQ(ids, (std::vector<int>{IDC_ACQUIRE, IDC_ACQUIRE_SEND, 0, IDM_OPEN, IDM_SAVE, 0, IDM_COPY, IDM_NEWMAIL, 0,
                                      IDM_SETTINGS, 0, IDM_VERSION, 0, IDM_EXIT}));
-    EXPECT_EQ(layout.rightMenu[11].strText, u"バージョン情報");
     std::vector<std::pair<std::u16string, int>> shortcuts;
     for (const Shortcut& shortcut : layout.shortcuts) shortcuts.emplace_back(shortcut.strKeys, shortcut.nCommand);
     EXPECT_EQ(shortcuts, (std::vector<std::pair<std::u16string, int>>{
                              {u"Ctrl+A", IDM_VERSION}, {u"Ctrl+Q", IDM_EXIT}, {u"Ctrl+O", IDM_OPEN}, {u"Ctrl+S", IDM_SAVE}}));
-    // Icon 101 in its four sizes: three bitmaps wrapped as ICO files and one PNG image.
-    ASSERT_EQ(layout.icon.size(), 4u);
-    EXPECT_EQ(std::string(layout.icon[0].begin(), layout.icon[0].begin() + 4), std::string("\0\0\1\0", 4));
-    EXPECT_EQ(std::string(layout.icon[3].begin() + 1, layout.icon[3].begin() + 4), "PNG");
-    EXPECT_EQ(m_module.m_pGuard->m_strName, u"VANTREL");
+    EXPECT_EQ(layout.icon.size(), 4u) << "icon 101 in its four sizes";
     EXPECT_TRUE(Window().m_form.HasControl(IDC_RESULT));
 }
 
@@ -193,38 +183,6 @@ TEST_F(WindowAppTest, MenuCommandsReachTheFormThroughTheWindow) {
     EXPECT_TRUE(m_pApp->Form()->GetSettings().Bool(BoolKey::HttpSend));
     ASSERT_EQ(m_module.m_fileDialogs.m_calls.size(), 1u);
     EXPECT_NE(test::ReadUtf16File(m_home.File("chosen.ini")).find("HTTPSEND=TRUE"), std::string::npos);
-}
-
-TEST_F(WindowAppTest, SecondStartOnlyAsksTheFirst) {
-    m_module.m_bFirst = false;
-    EXPECT_EQ(Run({}), 0);
-    EXPECT_EQ(m_module.m_pWindow, nullptr);
-    EXPECT_EQ(m_module.m_pTray, nullptr);
-}
-
-// The screen is wider than tall -> the version dialog's template width in dialog units.
-TEST_F(WindowAppTest, VersionDialogFollowsTheScreen) {
-    for (const auto& [bWide, nWidth] : {std::pair{false, 173}, std::pair{true, 240}}) {
-        FakeWindowModule module;
-        module.m_bWide = bWide;
-        int nWidthSeen = 0;
-        std::u16string strVersion, strDate;
-        module.m_ui.Post([&] { module.m_pWindow->m_fnCommand(IDM_VERSION); });
-        // Runs inside the dialog's modal loop: look, then close it as Escape does.
-        module.m_ui.Post([&] {
-            MemoryDialogHost& dialog = *module.m_dialogs.ActiveModal();
-            nWidthSeen = dialog.Frame().cx;
-            strVersion = dialog.GetText(IDC_VER_VERSION);
-            strDate = dialog.GetText(IDC_VER_DATE);
-            dialog.SendCommand(IDC_CANCEL);
-        });
-        module.m_ui.Post([&] { module.m_pWindow->m_fnClose(); });
-        WindowApp app(m_line, m_err, &module);  // goes before the module it runs on
-        ASSERT_EQ(app.Run(), 0);
-        EXPECT_EQ(nWidthSeen, nWidth) << bWide;
-        EXPECT_EQ(strVersion, u"Version 0.1.0");
-        EXPECT_EQ(strDate.rfind(u"Build 20", 0), 0u) << Utf16ToUtf8(strDate);
-    }
 }
 
 // A close that comes while a send waits (the window paints, and takes requests, meanwhile) waits

@@ -68,7 +68,7 @@ public:
 
     std::u16string FileName(const std::u16string& strBaseName) const override { return strBaseName + u".fake"; }
     LibraryHandle Load(const std::u16string& strName) override {
-        if (!m_bPresent || strName != u"DlgConnect.fake") return nullptr;
+        if (strName != u"DlgConnect.fake") return nullptr;
         ++m_nLoaded;
         return this;
     }
@@ -80,7 +80,6 @@ public:
     void Free(LibraryHandle) override { --m_nLoaded; }
 
     ScriptedDlgConnect m_conn;
-    bool m_bPresent = true;
     int m_nLoaded = 0;   // loads not yet freed
     int m_nObjects = 0;  // objects created and not yet deleted
 
