@@ -146,10 +146,9 @@ protected:
 TEST_F(WindowAppTest, WindowGetsTheResourcesMenuKeysAndShortcuts) {
     ASSERT_EQ(Run({[&] { Window().m_fnClose(); }}), 0);
     const MainWindowParts& layout = Window().m_layout;
-    EXPECT_EQ(layout.strTitle, u"vantrel");
+    // The title and the menu key are the real window's test's, which finds them by name.
     EXPECT_EQ(layout.strLeftKey, u"取得/送信");
     EXPECT_EQ(layout.nLeftCommand, IDC_ACQUIRE_SEND);
-    EXPECT_EQ(layout.strRightKey, u"メニュー");
     // Legend: the menu's ids in order, 0 for a separator.
     std::vector<int> ids;
     for (const MenuEntry& entry : layout.rightMenu) ids.push_back(entry.bSeparator ? 0 : entry.nId);
