@@ -298,13 +298,21 @@ TEST(WorkflowCsId, CacheThenServiceBehindAutoConnect) {
 
 // ---- the channels ----
 
-// Which channel is broken -> every enabled channel still runs (the browser first, the map last)
-// and only the broken one counts as failed.
-TEST(WorkflowChannels, ChannelsRunInOrderAndAFailureStopsOnlyItself) {
+// Which peer is broken, AUTOCONNECT, a line someone else opened -> every enabled channel still
+// runs (the browser first, the map last); mail and HTTP, which need the line, each report 3017
+// when the auto-connect fails; only what failed counts as failed.
+TEST(WorkflowChannels, EachChannelStandsOnItsOwn) {
     const struct {
         const char* pszLegend;
-        bool bMailWorks, bHttpWorks;
-    } cases[] = {{"all work", true, true}, {"HTTP refused", true, false}, {"mail refused", false, true}};
+        bool bMailWorks, bHttpWorks, bAutoConnect, bForeignLine;
+        int nNoLine, nFailures;  // 3017 boxes (one failed connect each), channels failed
+    } cases[] = {
+        {"all work", true, true, false, false, 0, 0},
+        {"HTTP refused", true, false, false, false, 0, 1},
+        {"mail refused", false, true, false, false, 0, 1},
+        {"the auto-connect fails for mail and for HTTP", false, true, true, false, 2, 2},
+        {"a line someone else opened serves", true, true, true, true, 0, 0},
+    };
     for (const auto& c : cases) {
         HttpPeer target(Accept);
         std::unique_ptr<ScriptedMailPeer> pPeer;
@@ -314,50 +322,24 @@ TEST(WorkflowChannels, ChannelsRunInOrderAndAFailureStopsOnlyItself) {
         ASSERT_TRUE(rig.Create([&](Settings& settings) {
             for (BoolKey key : {BoolKey::BrowserSend, BoolKey::MailSend, BoolKey::HttpSend, BoolKey::GmmSend})
                 settings.SetBool(key, true);
+            settings.SetBool(BoolKey::AutoConnect, c.bAutoConnect);
             UseUrl(settings, strUrl);
             UseMail(settings, pPeer ? pPeer->Port() : test::UnusedLoopbackPort());
         }));
+        rig.m_libraries.m_conn.m_nConnectResult = 0;
+        rig.m_libraries.m_conn.m_bForeignLine = c.bForeignLine;
         rig.Command(IDC_ACQUIRE_SEND);
         const std::string strSendUrl = Utf16ToUtf8(strUrl) + "?" + kPositionQuery;
         std::vector<std::u16string> handOffs = {u"open " + std::u16string(FormRig::kBrowser) + u" | " + Utf8ToUtf16(strSendUrl),
                                                 u"open geo:35.661284,139.744293 | "};
         EXPECT_EQ(rig.m_handOffs, handOffs) << c.pszLegend << ": browser first, map last";
-        EXPECT_EQ(target.Targets(), c.bHttpWorks ? Lines{"/send?" + kPositionQuery} : Lines{}) << c.pszLegend;
+        EXPECT_EQ(target.Targets(), c.bHttpWorks && !c.nNoLine ? Lines{"/send?" + kPositionQuery} : Lines{}) << c.pszLegend;
         if (pPeer) {
-            EXPECT_NE(pPeer->Transcript().find("RCPT TO:you@example.jp\r\n"), std::string::npos);
+            EXPECT_NE(pPeer->Transcript().find("RCPT TO:you@example.jp\r\n"), std::string::npos) << c.pszLegend;
         }
-        EXPECT_EQ(rig.Form().SendFailures(), (c.bMailWorks ? 0 : 1) + (c.bHttpWorks ? 0 : 1)) << c.pszLegend;
-    }
-}
-
-// Channels that need the line -> 3017 once per such channel; the browser and the map do not ask.
-TEST(WorkflowChannels, AutoConnectFailureIsReportedOncePerChannelThatNeedsTheLine) {
-    const struct {
-        const char* pszLegend;
-        bool bMail, bForeignLine;
-        int nFailures;
-    } cases[] = {
-        {"mail and HTTP", true, false, 2},
-        {"HTTP only", false, false, 1},
-        {"line already up elsewhere", true, true, 0},
-    };
-    for (const auto& c : cases) {
-        HttpPeer target(Accept);
-        FormRig rig;
-        ASSERT_TRUE(rig.Create([&](Settings& settings) {
-            for (BoolKey key : {BoolKey::AutoConnect, BoolKey::BrowserSend, BoolKey::GmmSend, BoolKey::HttpSend})
-                settings.SetBool(key, true);
-            settings.SetBool(BoolKey::MailSend, c.bMail);
-            UseUrl(settings, target.Url("/send"));
-            UseMail(settings, test::UnusedLoopbackPort());
-        }));
-        rig.m_libraries.m_conn.m_nConnectResult = 0;
-        rig.m_libraries.m_conn.m_bForeignLine = c.bForeignLine;
-        rig.Command(IDC_ACQUIRE_SEND);
-        EXPECT_EQ(rig.BoxCount(u"自動接続に失敗しました。"), c.nFailures) << c.pszLegend;
-        EXPECT_EQ(rig.m_libraries.m_conn.Count("Connect"), c.nFailures) << c.pszLegend;
-        EXPECT_EQ(rig.m_handOffs.size(), 2u) << c.pszLegend << ": browser and map still run";
-        EXPECT_EQ(target.Targets().size(), c.bForeignLine ? 1u : 0u) << c.pszLegend;
+        EXPECT_EQ(rig.BoxCount(u"自動接続に失敗しました。"), c.nNoLine) << c.pszLegend;
+        EXPECT_EQ(rig.m_libraries.m_conn.Count("Connect"), c.nNoLine) << c.pszLegend;
+        EXPECT_EQ(rig.Form().SendFailures(), c.nFailures) << c.pszLegend;
     }
 }
 
