@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <mutex>
-#include <tuple>
 
 #include "FormRig.h"
 #include "support/LoopbackHttpServer.h"
@@ -552,41 +551,6 @@ TEST(WorkflowPostProcess, FreshPositionMakesCookieLogEntryAndResultText) {
     rig.Command(IDC_ACQUIRE);
     EXPECT_EQ(rig.Form().ResultText(), kOne + kOne) << "each position is appended";
     EXPECT_EQ(test::ReadUtf16File(rig.DayFile("pos")), kEntry) << "a limit of one byte holds";
-}
-
-// The selected URL row -> the box of the cookie, the browser and the HTTP channel, in that order.
-// Only a missing row is "no URL"; a row whose address is empty fails to make the cookie or to
-// build the send URL.
-TEST(WorkflowPostProcess, MissingRowAndEmptyAddressAreToldApart) {
-    using Box = std::tuple<std::u16string, std::u16string, std::uint32_t>;
-    const Box kNoUrl{u"送信先のURLを指定してください。", u"警告", mb::kIconExclamation};
-    const Box kNoData{u"送信データの作成に失敗しました。", u"エラー", mb::kIconHand};
-    const struct {
-        const char* pszLegend;
-        bool bRowExists;
-        std::vector<Box> boxes;
-    } cases[] = {
-        {"no row selected", false, {kNoUrl, kNoUrl, kNoUrl}},
-        {"empty address", true, {{u"Cookieの作成に失敗しました。", u"警告", mb::kIconExclamation}, kNoData, kNoData}},
-    };
-    for (const auto& c : cases) {
-        FormRig rig;
-        ASSERT_TRUE(rig.Create([&](Settings& settings) {
-            settings.SetBool(BoolKey::CreateCookie, true);
-            UseUrl(settings, u"");
-            if (!c.bRowExists) settings.UrlList().SetSelectedIndex(5);
-        }));
-        rig.Command(IDC_ACQUIRE);
-        EXPECT_FALSE(rig.Form().ResultText().empty()) << c.pszLegend << ": the position is still shown";
-        for (int nChannel : {IDC_BROWSERSEND, IDC_HTTPSEND}) {
-            rig.m_host.SetCheck(IDC_BROWSERSEND, nChannel == IDC_BROWSERSEND);
-            rig.m_host.SetCheck(IDC_HTTPSEND, nChannel == IDC_HTTPSEND);
-            rig.Command(IDC_SEND);
-        }
-        std::vector<Box> boxes;
-        for (const auto& box : rig.m_boxes.Boxes()) boxes.emplace_back(box.strText, box.strCaption, box.nFlags);
-        EXPECT_EQ(boxes, c.boxes) << c.pszLegend;
-    }
 }
 
 }  // namespace
