@@ -1,5 +1,5 @@
-// The windowless program's UI loop and in-memory host: timers, and modal runs ended from other
-// threads, from within and before they start.
+// The windowless program's UI loop and in-memory host: timers, its run and modal runs ended
+// from other threads, from within and before they start.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -48,6 +48,13 @@ TEST_F(HeadlessUiThreadTest, NestedModalRunsEndInnermostFirst) {
     });
     EXPECT_EQ(m_ui.RunModal(), 1);
     EXPECT_EQ(nInner, 2);
+}
+
+// The windowless program's own loop: it ends with the code of the Quit that a timer gives.
+TEST_F(HeadlessUiThreadTest, RunEndsWithTheCodeGivenToQuit) {
+    m_ui.SetTimer(102, 1000, [&] { m_ui.Quit(3); });
+    m_clock.Advance(1000);
+    EXPECT_EQ(m_ui.Run(), 3);
 }
 
 TEST_F(HeadlessUiThreadTest, DialogClosedBeforeItsRunEndsItAtOnce) {

@@ -1,6 +1,6 @@
 // The window program's composition on the in-memory host: what it hands the window (title, icon,
 // soft keys, menu 102 and accelerator table 2 as the program's own resource has them), where the
-// window's commands go, the tray and the exit steps. The version dialog, the second start and the
+// window's commands go, the tray, the second start and the exit steps. The version dialog and the
 // tray's click are the real window's test (tests/gui), which shows them as a user meets them.
 #include <gtest/gtest.h>
 
@@ -78,10 +78,12 @@ public:
 
 class FakeGuard final : public InstanceGuard {
 public:
+    explicit FakeGuard(bool bFirst) : m_bFirst(bFirst) {}
     bool Claim(const std::u16string&, std::function<void()> onRaise) override {
         m_fnRaise = std::move(onRaise);
-        return true;
+        return m_bFirst;
     }
+    bool m_bFirst;
     std::function<void()> m_fnRaise;
 };
 
@@ -104,7 +106,7 @@ public:
         return pTray;
     }
     std::unique_ptr<InstanceGuard> CreateInstanceGuard() override {
-        auto pGuard = std::make_unique<FakeGuard>();
+        auto pGuard = std::make_unique<FakeGuard>(m_bFirst);
         m_pGuard = pGuard.get();
         return pGuard;
     }
@@ -116,6 +118,7 @@ public:
     test::RecordingMessageBox m_boxes;
     test::FakeClipboard m_clipboard;
     test::ScriptedFileDialogs m_fileDialogs;
+    bool m_bFirst = true;
     FakeMainWindow* m_pWindow = nullptr;
     FakeTray* m_pTray = nullptr;
     FakeGuard* m_pGuard = nullptr;
@@ -182,6 +185,12 @@ TEST_F(WindowAppTest, MenuCommandsReachTheFormThroughTheWindow) {
     EXPECT_TRUE(m_pApp->Form()->GetSettings().Bool(BoolKey::HttpSend));
     ASSERT_EQ(m_module.m_fileDialogs.m_calls.size(), 1u);
     EXPECT_NE(test::ReadUtf16File(m_home.File("chosen.ini")).find("HTTPSEND=TRUE"), std::string::npos);
+}
+
+TEST_F(WindowAppTest, SecondStartOnlyAsksTheFirst) {
+    m_module.m_bFirst = false;
+    EXPECT_EQ(Run({}), 0);
+    EXPECT_EQ(m_module.m_pWindow, nullptr);
 }
 
 // A close that comes while a send waits (the window paints, and takes requests, meanwhile) waits
