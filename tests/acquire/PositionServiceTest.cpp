@@ -103,9 +103,9 @@ TEST_F(PositionServiceTest, WholeTextLookupFillsEveryForm) {
     EXPECT_FALSE(m_service.LookupService(m_route, u"33/3", m_strLog, m_strReply));
 }
 
-// A miss goes to the service station by station; the answers fill the cache, which is saved and
-// read back as it was written. Only the first line of a body goes into the cache, so a body
-// holding CR LF cannot add an entry for a station the module never reported.
+// A miss goes to the service station by station; the answers fill the cache, which is saved. Only
+// the first line of a body goes into the cache, so a body holding CR LF cannot add an entry for a
+// station the module never reported.
 TEST_F(PositionServiceTest, MissUpdatesTheCacheStationByStationAndSavesIt) {
     Answer("11", "/r?pos=N1.1.1.1E2.2.2.2");
     Answer("22", "/r?pos=N35.39.29.157E139.44.58.500");
@@ -116,14 +116,10 @@ TEST_F(PositionServiceTest, MissUpdatesTheCacheStationByStationAndSavesIt) {
     EXPECT_EQ(m_service.GetLocation().m_strEML, u"139/44/58.500");
     EXPECT_EQ(m_service.GetLocation().m_dWNorth, 0.0);  // this path fills the four texts only
 
-    const std::u16string strPath = m_dir.WideFile("cache.txt");
     const std::string strSaved = kMark + ToUtf16LeBytes(u"22,/r?pos=N35.39.29.157E139.44.58.500\r\n"
                                                         u"11,/r?pos=N1.1.1.1E2.2.2.2\r\n33,pos=N3.3.3.3E4.4.4.4\r\n");
-    ASSERT_TRUE(m_service.SaveCache(strPath));
+    ASSERT_TRUE(m_service.SaveCache(m_dir.WideFile("cache.txt")));
     EXPECT_EQ(test::ReadFileBytes(m_dir.File("cache.txt")), strSaved);
-    PositionService reloaded{m_http, *m_pFiles};
-    ASSERT_TRUE(reloaded.LoadCache(strPath));
-    EXPECT_EQ(reloaded.Cache().Entries(), m_service.Cache().Entries());
 }
 
 TEST_F(PositionServiceTest, UpdateResultIsThatOfTheLastStation) {

@@ -52,7 +52,6 @@ public:
         return SerialContext{m_clock, m_messages, *m_pPriority, std::move(create), m_bResolve ? &m_resolver : nullptr};
     }
     MessageFacility& Messages() { return m_messages; }
-    RecordingMessageBox& Boxes() { return m_boxes; }
     std::vector<std::u16string> Texts() const {
         std::vector<std::u16string> texts;
         for (const RecordingMessageBox::Box& box : m_boxes.Boxes()) texts.push_back(box.strText);
