@@ -43,35 +43,29 @@ TEST(Location, WorkedExamplesMatchToTheLastBit) {
     }
 }
 
-// Legend: text, expected result, whether the coordinate texts get filled, expected info.
-struct CombinedCase {
-    const char16_t* pszText;
-    bool bResult;
-    bool bCoordinates;
-    const char16_t* pszInfo;
-};
-
+// Legend: text -> result, then the latitude text and the info, starting from a record that holds
+// "N1.1.1.1E2.2.2.2/k": a failed parse leaves the record untouched, and a part the text does not
+// have keeps its old value.
 TEST(Location, SetFromTextGrammar) {
-    const CombinedCase cases[] = {
-        {u"N35.39.29.000E139.44.51.000", false, false, u""},  // no "/"
-        {u"/N35.39.29.000E139.44.51.000", false, false, u""},  // empty head
-        {u"abc/def", true, false, u"def"},                     // head without "E": info only
-        {u"N1.2.3.4E5.6.7.8/", true, true, u""},               // nothing behind "/"
-        {u"X1.2.3.4E5.6.7.8/i/j", true, true, u"i/j"},         // the first character is not examined
+    const struct {
+        const char16_t* pszText;
+        bool bResult;
+        const char16_t* pszNorth;
+        const char16_t* pszInfo;
+    } cases[] = {
+        {u"N35.39.29.000E139.44.51.000", false, u"1.1.1.1", u"k"},  // no "/"
+        {u"/N35.39.29.000E139.44.51.000", false, u"1.1.1.1", u"k"},  // empty head
+        {u"abc/def", true, u"1.1.1.1", u"def"},                      // head without "E": info only
+        {u"N1.2.3.4E5.6.7.8/", true, u"1.2.3.4", u"k"},              // nothing behind "/"
+        {u"X1.2.3.4E5.6.7.8/i/j", true, u"1.2.3.4", u"i/j"},         // the first character is not examined
     };
     for (const auto& c : cases) {
         Location loc;
+        ASSERT_TRUE(loc.SetFromText(u"N1.1.1.1E2.2.2.2/k"));
         EXPECT_EQ(loc.SetFromText(c.pszText), c.bResult) << std::string(c.pszText, c.pszText + 3);
-        EXPECT_EQ(!loc.m_strNL.empty(), c.bCoordinates);
+        EXPECT_EQ(loc.m_strNL, c.pszNorth);
         EXPECT_EQ(loc.m_strInfo, c.pszInfo);
     }
-}
-
-TEST(Location, FailedParseLeavesRecordUntouched) {
-    Location loc;
-    ASSERT_TRUE(loc.SetFromText(u"N35.39.29.000E139.44.51.000/1"));
-    EXPECT_FALSE(loc.SetFromText(u"no slash"));
-    EXPECT_EQ(loc.m_strNL, u"35.39.29.000");
 }
 
 TEST(Location, ParsePartsFollowsWtolPerPiece) {
