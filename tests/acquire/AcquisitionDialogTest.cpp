@@ -93,6 +93,7 @@ TEST_F(AcquisitionTest, ReadingsRetriesAndTheTally) {
         {"no fix after every retry", mode::kSimple, 1, 2, {kBad}, u"", 2, 0, u"\r\nリトライ 2回目", Rounds(3)},
         {"retries run out: the tally answers", mode::kSimple, 3, 1, {kB, kBad}, kTextB, 1, 1, u"\r\nリトライ 1回目",
          Rounds(3)},
+        {"retries run out, nothing tallied", mode::kSimple, 3, 1, {kBad}, u"", 1, 0, u"\r\nリトライ 1回目", Rounds(2)},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.pszLegend);
