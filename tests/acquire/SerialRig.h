@@ -1,7 +1,6 @@
 #pragma once
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -38,8 +37,7 @@ inline bool WaitFor(const std::function<bool()>& condition, int nLimitMs = 5000)
 }
 
 // The real services a channel is built on: a fast clock (unless another is given), the message
-// facility with boxes recorded and a message log in a temporary folder, and, given a device
-// path, "COM1:" resolved to it.
+// facility with boxes recorded, and, given a device path, "COM1:" resolved to it.
 class SerialRig {
 public:
     explicit SerialRig(const std::string& strDevice = "", Clock* pSerialClock = nullptr)
@@ -47,26 +45,17 @@ public:
           m_messages(*m_pSystemClock, *m_pFiles, m_boxes, ResourceModule::Program()),
           m_resolver(Utf8ToUtf16(strDevice), *m_pSystem),
           m_bResolve(!strDevice.empty()) {
-        m_messages.SetLogFolder(m_logDir.WidePath());
-        m_messages.SetFlags(MessageFacility::kShowBoxes | MessageFacility::kLogToFile);
+        m_messages.SetFlags(MessageFacility::kShowBoxes);
     }
 
     SerialContext Context(std::function<std::unique_ptr<SerialDevice>()> create = CreateSerialDevice) {
         return SerialContext{m_clock, m_messages, *m_pPriority, std::move(create), m_bResolve ? &m_resolver : nullptr};
     }
     MessageFacility& Messages() { return m_messages; }
-    RecordingMessageBox& Boxes() { return m_boxes; }
     std::vector<std::u16string> Texts() const {
         std::vector<std::u16string> texts;
         for (const RecordingMessageBox::Box& box : m_boxes.Boxes()) texts.push_back(box.strText);
         return texts;
-    }
-    // Everything written to today's message log, as UTF-8.
-    std::string MessageLog() const {
-        const SystemTime now = m_pSystemClock->LocalTime();
-        char szName[16];
-        std::snprintf(szName, sizeof szName, "%04d%02d%02d.log", now.nYear, now.nMonth, now.nDay);
-        return ReadUtf16File(m_logDir.File(szName));
     }
 
 private:
@@ -77,7 +66,6 @@ private:
     std::unique_ptr<SystemInfo> m_pSystem = CreateSystemInfo();
     std::unique_ptr<ThreadPriority> m_pPriority = CreateThreadPriority();
     RecordingMessageBox m_boxes;
-    TempDir m_logDir;
     MessageFacility m_messages;
     PortResolver m_resolver;
     bool m_bResolve;

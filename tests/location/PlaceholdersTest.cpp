@@ -27,7 +27,6 @@ TEST_F(Placeholders, TableOfTemplates) {
     } cases[] = {
         {u"pos=N$nlE$el", u"pos=N35.39.29.157E139.44.58.500"},
         {u"$nml|$eml|$pc", u"35/39/29.157|139/44/58.500|pc1"},
-        {u"$$", u"$"},
         {u"$$nl", u"$nl"},               // the escape eats both dollars; nl is plain text
         {u"end$", u"end"},               // a trailing lone "$" vanishes
         {u"$n", u"n"},                   // too short for any keyword
@@ -43,11 +42,6 @@ TEST_F(Placeholders, WgsFormsUseUnpaddedIntegers) {
     m_location.m_nWEL[0] = 139, m_location.m_nWEL[1] = 44, m_location.m_nWEL[2] = 39, m_location.m_nWEL[3] = 5;
     EXPECT_EQ(Expand(u"$wnl $wel"), u"35.7.3.42 139.44.39.5");
     EXPECT_EQ(Expand(u"$wnml $weml"), u"35/7/3.42 139/44/39.5");
-}
-
-TEST_F(Placeholders, EmptyRecordContributesNothing) {
-    EXPECT_EQ(Expand(u"pos=N$nlE$el"), u"pos=NE");
-    EXPECT_EQ(Expand(u"$pc$wnl"), u"0.0.0.0");
 }
 
 TEST_F(Placeholders, AppendsWithoutClearing) {
