@@ -9,6 +9,7 @@
 #include "port/FileDialogs.h"
 #include "port/LibraryLoader.h"
 #include "settings/Format.h"
+#include "support/ScriptedFileDialogs.h"
 
 namespace vantrel {
 namespace {
@@ -61,22 +62,6 @@ private:
     static inline FakeGetFileLibrary* s_pCurrent = nullptr;
 };
 
-// The platform's dialog: records the calls and chooses one file.
-class RecordingDialogs final : public FileDialogs {
-public:
-    bool ChooseOpenFile(WindowHandle, const FileDialogRequest&, std::u16string& strPath) override {
-        m_calls.push_back("open");
-        strPath = u"/platform/choice";
-        return true;
-    }
-    bool ChooseSaveFile(WindowHandle, const FileDialogRequest&, std::u16string& strPath) override {
-        m_calls.push_back("save");
-        strPath = u"/platform/choice";
-        return true;
-    }
-    std::vector<std::string> m_calls;
-};
-
 // Each row asks for an open and then a save dialog with one library state; loads and frees are
 // counted over both calls. A path left "unchanged" means the call answered "cancelled".
 TEST(FileDialogs, TheLibraryAnswersWhenItHasTheEntryPointOtherwiseThePlatform) {
@@ -100,7 +85,8 @@ TEST(FileDialogs, TheLibraryAnswersWhenItHasTheEntryPointOtherwiseThePlatform) {
         library.m_bPresent = c.bPresent;
         library.m_exports = c.exports;
         library.m_strAnswer = c.strAnswer;
-        RecordingDialogs platform;
+        test::ScriptedFileDialogs platform;
+        platform.m_strAnswer = u"/platform/choice";
         const std::unique_ptr<FileDialogs> pDialogs = CreateFileDialogs(library, platform);
         std::u16string strOpened = u"unchanged", strSaved = u"unchanged";
         EXPECT_EQ(pDialogs->ChooseOpenFile(0, {}, strOpened), c.strOpened != u"unchanged") << c.pszLegend;
@@ -108,7 +94,9 @@ TEST(FileDialogs, TheLibraryAnswersWhenItHasTheEntryPointOtherwiseThePlatform) {
         EXPECT_EQ(strOpened, c.strOpened) << c.pszLegend;
         EXPECT_EQ(strSaved, c.strSaved) << c.pszLegend;
         EXPECT_EQ(library.m_calls, c.libraryCalls) << c.pszLegend;
-        EXPECT_EQ(platform.m_calls, c.platformCalls) << c.pszLegend;
+        std::vector<std::string> platformCalls;
+        for (const auto& call : platform.m_calls) platformCalls.push_back(call.bSave ? "save" : "open");
+        EXPECT_EQ(platformCalls, c.platformCalls) << c.pszLegend;
         EXPECT_EQ(library.m_nLoads, c.nLoads) << c.pszLegend << ": loaded for every call";
         EXPECT_EQ(library.m_nFrees, c.nLoads) << c.pszLegend << ": freed after every call";
     }
@@ -118,7 +106,7 @@ TEST(FileDialogs, TheBlockCarriesTitleFilterFolderAndFlags) {
     FakeGetFileLibrary library;
     library.m_exports = {kGetOpenFileNameEntry, kGetSaveFileNameEntry};
     library.m_strAnswer = u"/x";
-    RecordingDialogs platform;
+    test::ScriptedFileDialogs platform;
     const std::unique_ptr<FileDialogs> pDialogs = CreateFileDialogs(library, platform);
     std::u16string strPath;
     const FileDialogRequest request{u"設定", u"設定ファイル (*.ini)", u"*.ini", false, u"/home/u", true, true};
