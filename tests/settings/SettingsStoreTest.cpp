@@ -74,6 +74,7 @@ TEST_F(SettingsStoreFile, FirstOfEqualKeysWinsAndUnusableFilesAreRefused) {
     EXPECT_FALSE(store.Read(DualString(u"vantrel"), m_dir.WideFile("missing.ini")));
     EXPECT_FALSE(store.Read(DualString(u"vantrel"), m_dir.WideFile("empty.ini")));
     EXPECT_FALSE(store.Read(DualString(u"vantrel"), u""));
+    EXPECT_FALSE(store.Read(DualString(u"vantrel"), m_dir.WidePath()));  // a folder
     EXPECT_FALSE(store.Write(DualString(u"vantrel"), u""));
     EXPECT_EQ(store.Count(), 2u);
 }
