@@ -127,7 +127,22 @@ TEST_F(SheetTest, EachNumberAndTextBoxShowsAndReadsItsOwnOption) {
     }
 }
 
-TEST_F(SheetTest, EachCheckBoxShowsAndReadsItsOwnOption) {
+// One box ticked at a time. Each box shows its own option; a governed control is enabled exactly
+// while one of its boxes is ticked, on opening and after a click, and every other control, the
+// "参照" buttons included, stays enabled; unticking the box and OK leaves every option false
+// only if every box is read into its own.
+TEST_F(SheetTest, EachCheckBoxShowsReadsAndGovernsItsOwn) {
+    std::vector<int> always = {IDC_PG_BROWSE, IDC_PL_BROWSE};
+    for (const auto& control : kControls)
+        if (!kEnableRules.count(control.nId)) always.push_back(control.nId);
+    const auto expectStates = [&](const std::string& strWhen) {
+        for (const auto& [nId, boxes] : kEnableRules) {
+            bool bOn = false;
+            for (int nBox : boxes) bOn = bOn || PageOf(nBox).GetCheck(nBox);
+            EXPECT_EQ(PageOf(nId).IsEnabled(nId), bOn) << nId << " " << strWhen;
+        }
+        for (int nId : always) EXPECT_TRUE(PageOf(nId).IsEnabled(nId)) << nId << " " << strWhen;
+    };
     for (const auto& ticked : kControls) {
         if (!std::holds_alternative<BoolKey>(ticked.key)) continue;
         for (const auto& control : kControls)
@@ -137,45 +152,14 @@ TEST_F(SheetTest, EachCheckBoxShowsAndReadsItsOwnOption) {
             if (!std::holds_alternative<BoolKey>(control.key)) continue;
             EXPECT_EQ(PageOf(control.nId).GetCheck(control.nId), control.nId == ticked.nId) << ticked.nId << " shown";
         }
-        // Untick it again and OK: every option is false only if every box is read into its own.
+        expectStates("opened with " + std::to_string(ticked.nId));
         Click(ticked.nId, false);
+        expectStates("after unticking " + std::to_string(ticked.nId));
         Press(IDC_OK, ticked.nId);
         for (const auto& control : kControls) {
             const auto* pKey = std::get_if<BoolKey>(&control.key);
             EXPECT_TRUE(!pKey || !m_rig.m_settings.Bool(*pKey)) << control.nId << " after unticking " << ticked.nId;
         }
-    }
-}
-
-// After opening with every box unticked, then after each single click: a governed control is
-// enabled exactly while one of its boxes is ticked; every other control, the "参照" buttons
-// included, stays enabled.
-TEST_F(SheetTest, EnableRulesFollowTheirBoxesOnOpeningAndOnEveryClick) {
-    for (const auto& control : kControls)
-        if (const auto* pKey = std::get_if<BoolKey>(&control.key)) m_rig.m_settings.SetBool(*pKey, false);
-    std::set<int> governors;
-    for (const auto& [nId, boxes] : kEnableRules) governors.insert(boxes.begin(), boxes.end());
-    std::vector<int> always = {IDC_PG_BROWSE, IDC_PL_BROWSE};
-    for (const auto& control : kControls)
-        if (!kEnableRules.count(control.nId)) always.push_back(control.nId);
-
-    OpenSheet();
-    const auto expectStates = [&](const std::string& strWhen) {
-        for (const auto& [nId, boxes] : kEnableRules) {
-            bool bOn = false;
-            for (int nBox : boxes) bOn = bOn || PageOf(nBox).GetCheck(nBox);
-            EXPECT_EQ(PageOf(nId).IsEnabled(nId), bOn) << nId << " " << strWhen;
-        }
-        for (int nId : always) EXPECT_TRUE(PageOf(nId).IsEnabled(nId)) << nId << " " << strWhen;
-    };
-    expectStates("on opening");
-    for (int nBox : governors) {
-        Click(nBox, true);
-        expectStates("after ticking " + std::to_string(nBox));
-    }
-    for (int nBox : governors) {
-        Click(nBox, false);
-        expectStates("after unticking " + std::to_string(nBox));
     }
 }
 
