@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "settings/DualString.h"
 
 namespace vantrel {
@@ -60,6 +62,17 @@ TEST(DualString, FormatIsCutAt1023CodeUnits) {
         EXPECT_EQ(s.Length(), c.nKept) << c.nIn;
         EXPECT_EQ(s.Narrow().size(), 2 * c.nKept) << c.nIn;
     }
+}
+
+// Filled by a caller through its buffer: up to the first terminator, or the length given.
+TEST(DualString, ReleasedBufferEndsAtItsTerminatorOrTheLengthGiven) {
+    DualString s;
+    std::memcpy(s.GetBuffer(16), u"緯度\0xyz", 7 * sizeof(char16_t));
+    s.ReleaseBuffer();
+    EXPECT_EQ(s.Wide(), u"緯度");
+    s.GetBuffer(16);
+    s.ReleaseBuffer(0);
+    EXPECT_EQ(s.Wide(), u"");
 }
 
 }  // namespace
