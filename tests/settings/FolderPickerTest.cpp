@@ -62,7 +62,7 @@ TEST_F(FolderPickerTest, TheRootStandsForTheFileSystemRoot) {
     EXPECT_EQ(picker.ItemPath(proc), u"/proc");
 }
 
-// Path given -> the folder selected (relative to base; "" is base itself, "-" the root).
+// Path given -> the folder selected (relative to base; "" is base itself).
 TEST_F(FolderPickerTest, AGivenPathIsSelectedDownToItsDeepestExistingFolder) {
     const struct {
         std::u16string strPath;
@@ -83,7 +83,7 @@ TEST_F(FolderPickerTest, AGivenPathIsSelectedDownToItsDeepestExistingFolder) {
 
 // Expand button <=> the folder holds a folder; files are not listed. Then collapsing.
 TEST_F(FolderPickerTest, ChildrenAreListedLazilyWithButtonsWhereTheyHoldFolders) {
-    FolderPicker& picker = Open(WideBase());
+    Open(WideBase());
     const TreeItem base = m_host.TreeSelection(IDC_FP_TREE);
     m_host.ExpandTreeItem(IDC_FP_TREE, base);
     // Alphabetical without regard to case, as the tree sorts.
@@ -96,10 +96,7 @@ TEST_F(FolderPickerTest, ChildrenAreListedLazilyWithButtonsWhereTheyHoldFolders)
         const TreeItem item = Child(base, c.strName);
         EXPECT_EQ(m_host.TreeHasChildren(IDC_FP_TREE, item), c.bButton) << Utf16ToUtf8(c.strName);
         EXPECT_EQ(m_host.TreeIconOf(IDC_FP_TREE, item), TreeIcon::Folder) << Utf16ToUtf8(c.strName);
-        EXPECT_EQ(picker.ItemPath(item), WideBase() + u"/" + c.strName);
     }
-    m_host.ExpandTreeItem(IDC_FP_TREE, Child(base, u"a"));
-    EXPECT_EQ(picker.ItemPath(Child(Child(base, u"a"), u"a1")), WideBase() + u"/a/a1");
 
     // Listed once while expanded; collapsing forgets the children but keeps the button, so the
     // next expansion reads the folder again.
