@@ -54,32 +54,28 @@ protected:
 
 const Rows kUrls = {{u"one", u"http://a/1", u"p=1"}, {u"two", u"http://a/2", u"p=2"}, {u"three", u"http://a/3", u"p=3"}};
 
-// The URL list has a third box and no browse button; the browser list the other way round.
-TEST_F(ListEditorTest, EachModeShowsItsBoxes) {
-    Open(ListEditor::kUrlList, kUrls, 1);
+// Stored index -> selection in the view and the buttons (削除 変更 ↑ ↓). The URL list has a
+// third box and no browse button; the browser list the other way round.
+TEST_F(ListEditorTest, OpeningSelectsTheStoredRowAndShowsTheModesBoxes) {
+    const struct {
+        int nStored;
+        int nShown;
+        const char* pszButtons;
+    } cases[] = {{0, 0, "1101"}, {2, 2, "1110"}, {3, -1, "0000"}, {-1, -1, "0000"}, {1, 1, "1111"}};
+    for (const auto& c : cases) {
+        Open(ListEditor::kUrlList, kUrls, c.nStored);
+        EXPECT_EQ(m_pHost->ListGetSel(IDC_LE_LIST), c.nShown) << c.nStored;
+        EXPECT_EQ(Buttons(), c.pszButtons) << c.nStored;
+    }
+    EXPECT_EQ(m_pHost->GetText(IDC_LE_SUB1), u"p=2") << "the selected row fills the boxes";
     EXPECT_FALSE(m_pHost->IsVisible(IDC_LE_BROWSE));
     EXPECT_TRUE(m_pHost->IsVisible(IDC_LE_SUB1));
-    EXPECT_EQ(m_pHost->GetText(IDC_LE_SUB1), u"p=2") << "the selected row fills the boxes";
     for (int nId : {IDC_LE_TITLE, IDC_LE_INPUT, IDC_LE_SUB1}) EXPECT_EQ(m_pHost->TextLimit(nId), 1024);
 
     Open(ListEditor::kBrowserList, {{u"x", u"/usr/bin/x"}}, 0);
     EXPECT_TRUE(m_pHost->IsVisible(IDC_LE_BROWSE));
     EXPECT_FALSE(m_pHost->IsVisible(IDC_LE_SUB1));
     EXPECT_FALSE(m_pHost->IsVisible(IDC_LE_SUB1_LABEL));
-}
-
-// Stored index -> selection in the view and the buttons (削除 変更 ↑ ↓).
-TEST_F(ListEditorTest, OpeningSelectsTheStoredRowWhenItExists) {
-    const struct {
-        int nStored;
-        int nShown;
-        const char* pszButtons;
-    } cases[] = {{0, 0, "1101"}, {1, 1, "1111"}, {2, 2, "1110"}, {3, -1, "0000"}, {-1, -1, "0000"}};
-    for (const auto& c : cases) {
-        Open(ListEditor::kUrlList, kUrls, c.nStored);
-        EXPECT_EQ(m_pHost->ListGetSel(IDC_LE_LIST), c.nShown) << c.nStored;
-        EXPECT_EQ(Buttons(), c.pszButtons) << c.nStored;
-    }
 }
 
 // A sequence of edits on one view; after each: the rows, the selection, the boxes' title and the

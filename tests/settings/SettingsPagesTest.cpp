@@ -163,33 +163,25 @@ TEST_F(SheetTest, EachCheckBoxShowsReadsAndGovernsItsOwn) {
     }
 }
 
-// Unticking "起動時に実行" disables "そのまま終了" but leaves its tick, and OK saves that tick.
-TEST_F(SheetTest, ADisabledBoxIsSavedAsItIsTicked) {
-    m_rig.m_settings.SetBool(BoolKey::StartupAll, true);
-    m_rig.m_settings.SetBool(BoolKey::SupExit, true);
+// The edges of reading on OK: unticking "起動時に実行" disables "そのまま終了" but leaves its tick,
+// which is saved; a number is read from its first ten characters as the leading decimal (the
+// reading rule's own test has the rest) without any message; a cleared text is stored empty and
+// shown empty next time.
+TEST_F(SheetTest, OkReadsDisabledBoxesLongNumbersAndClearedTexts) {
+    Settings& settings = m_rig.m_settings;
+    settings.SetBool(BoolKey::StartupAll, true);
+    settings.SetBool(BoolKey::SupExit, true);
+    settings.SetText(TextKey::ToSmtp, u"someone@example.org");
     OpenSheet();
     Click(IDC_PA_STARTUPALL, false);
-    Press(IDC_OK, IDC_PA_STARTUPALL);
-    EXPECT_FALSE(m_rig.m_settings.Bool(BoolKey::StartupAll));
-    EXPECT_TRUE(m_rig.m_settings.Bool(BoolKey::SupExit));
-}
-
-// Only the first ten characters are read, as the leading decimal the reading rule takes (its own
-// test has the rest), and nothing is refused with a message.
-TEST_F(SheetTest, NumbersAreReadFromTheirFirstTenCharacters) {
-    OpenSheet();
     Type(IDC_PS_AUTOSENDINTERVAL, u"123456789012");
-    Press(IDC_OK, IDC_PS_AUTOSENDINTERVAL);
-    EXPECT_EQ(m_rig.m_settings.Number(NumberKey::AutoSendInterval), 1234567890);
-    EXPECT_TRUE(m_rig.m_boxes.Boxes().empty());
-}
-
-TEST_F(SheetTest, AClearedRecipientIsStoredEmptyAndShownEmpty) {
-    m_rig.m_settings.SetText(TextKey::ToSmtp, u"someone@example.org");
-    OpenSheet();
     Type(IDC_PM_TOSMTP, u"");
-    Press(IDC_OK, IDC_PM_TOSMTP);
-    EXPECT_TRUE(m_rig.m_settings.Text(TextKey::ToSmtp).IsEmpty());
+    Press(IDC_OK, IDC_PA_STARTUPALL);
+    EXPECT_FALSE(settings.Bool(BoolKey::StartupAll));
+    EXPECT_TRUE(settings.Bool(BoolKey::SupExit));
+    EXPECT_EQ(settings.Number(NumberKey::AutoSendInterval), 1234567890);
+    EXPECT_TRUE(settings.Text(TextKey::ToSmtp).IsEmpty());
+    EXPECT_TRUE(m_rig.m_boxes.Boxes().empty());
     OpenSheet();
     EXPECT_EQ(PageOf(IDC_PM_TOSMTP).GetText(IDC_PM_TOSMTP), u"");
 }
