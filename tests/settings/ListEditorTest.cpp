@@ -54,8 +54,8 @@ protected:
 
 const Rows kUrls = {{u"one", u"http://a/1", u"p=1"}, {u"two", u"http://a/2", u"p=2"}, {u"three", u"http://a/3", u"p=3"}};
 
-// Stored index -> selection in the view and the buttons (削除 変更 ↑ ↓). The URL list has a
-// third box and no browse button; the browser list the other way round.
+// Stored index -> selection in the view, the buttons (削除 変更 ↑ ↓) and the selected row in the
+// boxes. The URL list has a third box and no browse button; the browser list the other way round.
 TEST_F(ListEditorTest, OpeningSelectsTheStoredRowAndShowsTheModesBoxes) {
     const struct {
         int nStored;
@@ -66,13 +66,14 @@ TEST_F(ListEditorTest, OpeningSelectsTheStoredRowAndShowsTheModesBoxes) {
         Open(ListEditor::kUrlList, kUrls, c.nStored);
         EXPECT_EQ(m_pHost->ListGetSel(IDC_LE_LIST), c.nShown) << c.nStored;
         EXPECT_EQ(Buttons(), c.pszButtons) << c.nStored;
+        EXPECT_EQ(m_pHost->GetText(IDC_LE_SUB1), c.nShown < 0 ? u"" : kUrls[static_cast<std::size_t>(c.nShown)][2]) << c.nStored;
     }
-    EXPECT_EQ(m_pHost->GetText(IDC_LE_SUB1), u"p=2") << "the selected row fills the boxes";
     EXPECT_FALSE(m_pHost->IsVisible(IDC_LE_BROWSE));
     EXPECT_TRUE(m_pHost->IsVisible(IDC_LE_SUB1));
     for (int nId : {IDC_LE_TITLE, IDC_LE_INPUT, IDC_LE_SUB1}) EXPECT_EQ(m_pHost->TextLimit(nId), 1024);
 
     Open(ListEditor::kBrowserList, {{u"x", u"/usr/bin/x"}}, 0);
+    EXPECT_EQ(Buttons(), "1100") << "a single row moves nowhere";
     EXPECT_TRUE(m_pHost->IsVisible(IDC_LE_BROWSE));
     EXPECT_FALSE(m_pHost->IsVisible(IDC_LE_SUB1));
     EXPECT_FALSE(m_pHost->IsVisible(IDC_LE_SUB1_LABEL));
