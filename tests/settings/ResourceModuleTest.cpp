@@ -6,7 +6,6 @@
 
 #include "settings/DualString.h"
 #include "settings/ResourceModule.h"
-#include "settings/TextUtil.h"
 
 namespace vantrel {
 

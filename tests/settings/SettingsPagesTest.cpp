@@ -10,7 +10,6 @@
 #include "settings/Format.h"
 #include "settings/SettingsPage.h"
 #include "settings/SettingsSheet.h"
-#include "settings/TextUtil.h"
 #include "UiRig.h"
 #include "dlgstyles.h"
 
