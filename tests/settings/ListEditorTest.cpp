@@ -70,6 +70,8 @@ TEST_F(ListEditorTest, OpeningSelectsTheStoredRowAndShowsTheModesBoxes) {
     }
     EXPECT_FALSE(m_pHost->IsVisible(IDC_LE_BROWSE));
     EXPECT_TRUE(m_pHost->IsVisible(IDC_LE_SUB1));
+    // Without the browse button the address box takes the width of the template box.
+    EXPECT_EQ(m_pHost->Description(IDC_LE_INPUT).cx, m_pHost->Description(IDC_LE_SUB1).cx);
     for (int nId : {IDC_LE_TITLE, IDC_LE_INPUT, IDC_LE_SUB1}) EXPECT_EQ(m_pHost->TextLimit(nId), 1024);
 
     Open(ListEditor::kBrowserList, {{u"x", u"/usr/bin/x"}}, 0);
@@ -92,6 +94,7 @@ TEST_F(ListEditorTest, EditsKeepRowsSelectionAndButtonsInStep) {
         const char* pszButtons;
     } steps[] = {
         {"a separator in any box is refused", [&] {
+             m_pHost->ClickListRow(IDC_LE_LIST, 0);  // the first row can be changed too
              Type(u"a;b", u"u"); m_pHost->SendCommand(IDC_LE_ADD);
              Type(u"a", u"u;"); m_pHost->SendCommand(IDC_LE_ADD);
              Type(u"a", u"u", u"x;y"); m_pHost->SendCommand(IDC_LE_CHANGE);
