@@ -50,6 +50,14 @@ TEST(ResourceModule, StringBlocksAndMissingIds) {
     }
 }
 
+// A caller's fixed buffer (the window loads its texts into 100 units) gets as much as fits, terminated.
+TEST(ResourceModule, ALongerTextIsCutToTheBufferAndTerminated) {
+    const ResourceModule module(TestStringImage());
+    char16_t buffer[6];
+    EXPECT_EQ(module.LoadStringText(5, buffer, 4), 3);
+    EXPECT_EQ(std::u16string(buffer), u"緯度と");
+}
+
 TEST(ResourceModule, EveryStringIdOfTheProgramHasText) {
     std::ifstream in(VANTREL_RESOURCE_HEADER);
     ASSERT_TRUE(in) << VANTREL_RESOURCE_HEADER;
