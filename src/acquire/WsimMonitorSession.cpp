@@ -40,7 +40,6 @@ void WsimMonitorSession::Close() { m_serial.closePort(); }
 
 bool WsimMonitorSession::SendAndWait(std::string_view strCommand, std::uint32_t nStepMs, std::uint32_t nLimitMs) {
     m_bComplete = false;
-    m_bSent = false;
     {
         std::lock_guard lock(m_mutex);
         m_strResponse.clear();
@@ -48,7 +47,6 @@ bool WsimMonitorSession::SendAndWait(std::string_view strCommand, std::uint32_t 
     if (!m_serial.IsOpen()) return false;
     std::uint32_t nWritten = 0;
     if (!m_serial.write_scc(strCommand.data(), static_cast<int>(strCommand.size()), nWritten)) return false;
-    m_bSent = true;
     std::uint32_t nElapsed = 0;
     while (!m_bComplete) {
         m_clock.Sleep(nStepMs);

@@ -71,7 +71,6 @@ private:
     Clock& m_clock;
     WsimLog m_log;
     std::atomic<bool> m_bComplete{false};
-    std::atomic<bool> m_bSent{false};
     mutable std::mutex m_mutex;  // the buffer (reader thread) and the latest reading (UI thread)
     std::u16string m_strResponse;
     std::u16string m_strLatest;

@@ -74,13 +74,6 @@ constexpr Scalar kScalars[] = {
 static_assert(std::size(kScalars) == static_cast<std::size_t>(BoolKey::Count) + static_cast<std::size_t>(NumberKey::Count) +
                                          static_cast<std::size_t>(TextKey::Count));
 
-template <Kind kind>
-std::uint32_t IdOf(std::size_t nIndex) {
-    for (const Scalar& s : kScalars)
-        if (s.kind == kind && s.nIndex == nIndex) return s.nId;
-    return 0;
-}
-
 }  // namespace
 
 Settings::Settings(const SettingsProfile& profile, FileSystem& fileSystem, const ResourceModule& module)
@@ -125,10 +118,6 @@ DualString Settings::LoadText(std::uint32_t nId) const {
     str.LoadStringResource(*m_pModule, nId);
     return str;
 }
-
-std::u16string Settings::KeyName(BoolKey key) const { return LoadText(IdOf<Kind::Bool>(Index(key))).Wide(); }
-std::u16string Settings::KeyName(NumberKey key) const { return LoadText(IdOf<Kind::Number>(Index(key))).Wide(); }
-std::u16string Settings::KeyName(TextKey key) const { return LoadText(IdOf<Kind::Text>(Index(key))).Wide(); }
 
 std::u16string Settings::DefaultFilePath(const std::u16string& strProgramFolder) const {
     std::u16string strPath = strProgramFolder;

@@ -79,11 +79,6 @@ public:
     // Writes every key in the fixed order; the path is kept only when the write succeeded.
     bool Save(const std::u16string& strPath);
 
-    // The file's key name of an option (its string resource).
-    std::u16string KeyName(BoolKey key) const;
-    std::u16string KeyName(NumberKey key) const;
-    std::u16string KeyName(TextKey key) const;
-
     // The texts that booleans are written as; anything but kTrue reads as false.
     static constexpr std::u16string_view kTrue = u"TRUE";
     static constexpr std::u16string_view kFalse = u"FALSE";
