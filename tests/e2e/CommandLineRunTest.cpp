@@ -37,8 +37,8 @@ TEST(CommandLineRun, EachOutcomeHasItsExitStatusAndWritesNothing) {
         EXPECT_NE(run.strErr.find(c.strErr), std::string::npos) << run.strErr;
     }
     // No settings, no logs, no output file.
-    EXPECT_TRUE(home.FilesEndingWith(home.Path(), ".ini").empty());
-    EXPECT_TRUE(home.FilesEndingWith(home.Path(), ".log").empty());
+    EXPECT_TRUE(home.FilesEndingWith(".ini").empty());
+    EXPECT_TRUE(home.FilesEndingWith(".log").empty());
 }
 
 // save-settings writes the record it read (from default.ini or --settings) byte for byte, in

@@ -36,7 +36,7 @@ TEST(Delivery, HttpCarriesThePositionInTheQueryAndTheCookieAndTheLogKeepsTheAnsw
     EXPECT_EQ(requests[0].strTarget, "/send?lat=35.39.29.000&lon=139.44.51.000&pc=1");
     EXPECT_EQ(requests[0].strCookie, "location=35.39.29.000,139.44.51.000");
     // The server's answer as a notice, then the success.
-    const auto logs = home.FilesEndingWith(home.Path(), ".log");
+    const auto logs = home.FilesEndingWith(".log");
     ASSERT_EQ(logs.size(), 1u);
     EXPECT_NE(ReadUtf16File(logs[0]).find("] <確認>:受け付けました\r\n["), std::string::npos) << ReadUtf16File(logs[0]);
 }
@@ -70,7 +70,7 @@ TEST(Delivery, HandOffsAndPositionLog) {
     EXPECT_EQ(home.RecordedArgs("xdg-email"),
               "--utf8\n--subject\n位置 $nl\n--body\nN35.39.29.157E139.44.58.500\r\n7\nyou+$pc@example.jp\n");
 
-    const auto logs = home.FilesEndingWith(home.Path(), ".pos");
+    const auto logs = home.FilesEndingWith(".pos");
     ASSERT_EQ(logs.size(), 1u);
     const std::string strLine = Utf16LeBytes("35.39.29.000/139.44.51.000 位置 1\r\n");
     EXPECT_EQ(ReadFileBytes(logs[0]), std::string("\xFF\xFE", 2) + strLine);
