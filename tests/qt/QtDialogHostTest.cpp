@@ -179,7 +179,8 @@ TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommandsAndNotifications) {
     EXPECT_EQ(pHost->ComboGetSel(3), 1);
     EXPECT_EQ(pHost->ListGetSel(4), 1);
     EXPECT_EQ(pHost->ListGetCell(4, 0, 0), u"a");  // a click on a caption sorts nothing by itself
-    EXPECT_FALSE(pHost->GetCheck(7));  // a plain check box leaves it to the form
+    EXPECT_TRUE(pHost->GetCheck(6));   // an auto check box toggles itself
+    EXPECT_FALSE(pHost->GetCheck(7));  // a plain one leaves it to the form
     EXPECT_EQ(pTable->columnWidth(0), pHost->Font().units.X(40));  // column widths are dialog units
     EXPECT_TRUE(pTable->showGrid());
     EXPECT_FALSE(pHost->IsVisible(9) || pHost->ControlWidget(9)->isVisible());
