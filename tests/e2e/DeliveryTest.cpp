@@ -41,19 +41,16 @@ TEST(Delivery, HttpCarriesThePositionInTheQueryAndTheCookieAndTheLogKeepsTheAnsw
     EXPECT_NE(ReadUtf16File(logs[0]).find("] <確認>:受け付けました\r\n["), std::string::npos) << ReadUtf16File(logs[0]);
 }
 
-// What is handed to other programs, the browser and the mail program of the new-mail hand-off, and
-// the position log. (The map's geo: URI and the log's appending are the launchers' and the log's
-// own rules, tested there.)
-TEST(Delivery, HandOffsAndPositionLog) {
+// What is handed to other programs: the browser and the mail program of the new-mail hand-off.
+// (The map's geo: URI is the launchers' rule and the position log the form's, tested there: the
+// windowless program runs the same form.)
+TEST(Delivery, HandOffsToTheBrowserAndTheMailProgram) {
     ProgramHome home;
     Settings& s = home.GetSettings();
     home.UseUrl("http://127.0.0.1:9/page", "p=$wnl,$wel");
     s.SetBool(BoolKey::BrowserSend, true);
     s.BrowserList().AddRow({u"recorder", Utf8ToUtf16(home.AddRecorder("browser"))});
     s.BrowserList().SetSelectedIndex(0);
-    s.SetBool(BoolKey::OutputPosLogFile, true);
-    s.SetText(TextKey::PosLogDir, Utf8ToUtf16(home.Path()));
-    s.SetText(TextKey::PosLogFormat, u"$nl/$el 位置 $pc");
     // The new mail: recipient and subject as configured, the body filled in, no copies.
     s.SetText(TextKey::ToSmtp, u"you+$pc@example.jp");
     s.SetText(TextKey::SubjectSmtp, u"位置 $nl");
@@ -69,11 +66,6 @@ TEST(Delivery, HandOffsAndPositionLog) {
     EXPECT_EQ(mail.nExit, 0) << mail.strErr;
     EXPECT_EQ(home.RecordedArgs("xdg-email"),
               "--utf8\n--subject\n位置 $nl\n--body\nN35.39.29.157E139.44.58.500\r\n7\nyou+$pc@example.jp\n");
-
-    const auto logs = home.FilesEndingWith(".pos");
-    ASSERT_EQ(logs.size(), 1u);
-    const std::string strLine = Utf16LeBytes("35.39.29.000/139.44.51.000 位置 1\r\n");
-    EXPECT_EQ(ReadFileBytes(logs[0]), std::string("\xFF\xFE", 2) + strLine);
 }
 
 }  // namespace
