@@ -41,8 +41,8 @@ TEST(CommandLineRun, EachOutcomeHasItsExitStatusAndWritesNothing) {
     EXPECT_TRUE(home.FilesEndingWith(".log").empty());
 }
 
-// save-settings writes the record it read (from default.ini or --settings) byte for byte, in
-// UTF-16 with its mark. The settings file holds the POP password and the cookie jar the position:
+// save-settings writes the record it read (from default.ini or --settings) byte for byte (the
+// file's format is the settings store's, tested there). The settings file holds the POP password and the cookie jar the position:
 // both are written for their owner alone, whatever the umask, also where a file that others could
 // read was replaced.
 TEST(CommandLineRun, SaveSettingsRoundTripsAndSecretsAreWrittenForTheirOwnerAlone) {
@@ -53,7 +53,6 @@ TEST(CommandLineRun, SaveSettingsRoundTripsAndSecretsAreWrittenForTheirOwnerAlon
     s.SetBool(BoolKey::CreateCookie, true);
     home.Save();
     const std::string strSaved = ReadFileBytes(home.File("default.ini"));
-    ASSERT_EQ(strSaved.substr(0, 2 + 22), std::string("\xFF\xFE", 2) + Utf16LeBytes("[vantrel]\r\n"));
     WriteFileBytes(home.File("shared.ini"), "x");
     chmod(home.File("shared.ini").c_str(), 0644);
 
