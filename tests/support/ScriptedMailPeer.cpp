@@ -97,19 +97,4 @@ std::uint16_t UnusedLoopbackPort() {
     return nPort;
 }
 
-bool WaitUntilListening(std::uint16_t nPort, int nTimeoutMs) {
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(nPort);
-    for (int nWaited = 0; nWaited <= nTimeoutMs; nWaited += 20) {
-        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-        const bool bUp = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
-        ::close(fd);
-        if (bUp) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return false;
-}
-
 }  // namespace vantrel::test

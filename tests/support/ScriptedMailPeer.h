@@ -56,7 +56,5 @@ inline std::vector<ScriptedMailPeer::Step> GoodSmtpSteps() {
 
 // A port on 127.0.0.1 with nobody listening (bound once, then released).
 std::uint16_t UnusedLoopbackPort();
-// True once something accepts connections on the port, polling for at most nTimeoutMs.
-bool WaitUntilListening(std::uint16_t nPort, int nTimeoutMs);
 
 }  // namespace vantrel::test
