@@ -219,6 +219,16 @@ TEST_F(QtDialogHostTest, DialogKeysAndTheCloseBox) {
     EXPECT_EQ(pHost->RunModal(), IDC_CANCEL);
     EXPECT_EQ(m_commands.back(), std::make_pair(IDC_CANCEL, 0));
     EXPECT_FALSE(pHost->Widget()->isVisible());
+
+    // A form embedded in the main window is no dialog: Enter and Escape stay with the control.
+    m_commands.clear();
+    QWidget window;
+    auto pEmbedded = QtDialogHost::CreateEmbedded(m_ui, &window);
+    AddSampleControls(*pEmbedded);
+    pEmbedded->SetCommandHandler([this](int nId, int nNotify) { m_commands.emplace_back(nId, nNotify); });
+    QTest::keyClick(pEmbedded->ControlWidget(1), Qt::Key_Return);
+    QTest::keyClick(pEmbedded->ControlWidget(1), Qt::Key_Escape);
+    EXPECT_TRUE(m_commands.empty());
 }
 
 TEST_F(QtDialogHostTest, ModalDialogsEndWithTheirOwnCodes) {
