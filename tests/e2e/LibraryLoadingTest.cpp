@@ -40,7 +40,6 @@ TEST(LibraryLoading, WindowlessCommandsLoadNoToolkit) {
         std::vector<std::string> args;
         bool bHttp, bStopped, bWindow;
     } cases[] = {
-        {{"save-settings", home.File("saved.ini")}, false, false, false},
         {{"acquire", "--port", "sim"}, false, false, false},
         {{"send", "--position", kPosition}, true, false, false},
         {{"connect"}, false, false, false},

@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <thread>
@@ -80,14 +79,11 @@ void ProgramHome::SetEnvironment(const std::string& strName, const std::string& 
     else m_environment[strName] = strValue;
 }
 
-std::vector<std::string> ProgramHome::FilesEndingWith(const std::string& strFolder, const std::string& strSuffix) const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(strFolder)) {
-        const std::string strName = entry.path().string();
-        if (strName.size() > strSuffix.size() && strName.ends_with(strSuffix)) names.push_back(strName);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+std::vector<std::string> ProgramHome::FilesEndingWith(const std::string& strSuffix) const {
+    std::vector<std::string> paths;
+    for (const std::string& strName : m_dir.Names())
+        if (strName.size() > strSuffix.size() && strName.ends_with(strSuffix)) paths.push_back(File(strName));
+    return paths;
 }
 
 std::unique_ptr<ChildProcess> StartVantrel(const ProgramHome& home, const std::vector<std::string>& arguments) {

@@ -40,8 +40,9 @@ public:
     std::vector<std::string> Environment() const;
     // Sets a variable of the program's environment; an empty value takes it out.
     void SetEnvironment(const std::string& strName, const std::string& strValue);
-    // Files of the folder whose names end with strSuffix (the day files of the logs), sorted.
-    std::vector<std::string> FilesEndingWith(const std::string& strFolder, const std::string& strSuffix) const;
+    // Paths of the files of the program folder whose names end with strSuffix (the day files of
+    // the logs), sorted.
+    std::vector<std::string> FilesEndingWith(const std::string& strSuffix) const;
 
 private:
     TempDir m_dir;

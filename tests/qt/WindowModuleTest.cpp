@@ -1,6 +1,5 @@
 // The window module as the program loads it (the built libvantrel-qt.so through the library
-// loader), on the offscreen platform: the main window's soft keys, menu and shortcuts, its close
-// request, one instance per user, and the clipboard.
+// loader), on the offscreen platform: the main window, one instance per user, and the clipboard.
 #include <QApplication>
 #include <QClipboard>
 #include <QMenu>
@@ -61,14 +60,14 @@ QPushButton* Key(QWidget& window, const QString& strText) {
     return nullptr;
 }
 
-TEST(WindowModule, SoftKeysMenuAndShortcutsGiveTheirCommands) {
+// The soft keys, the menu's entries and separators, the shortcuts and a menu command are driven
+// through the real program in tests/gui; what they do not reach is here: the icon, the geometry,
+// a pop-up inside the menu, the close box and a raise from the task bar.
+TEST(WindowModule, IconPopUpMenuCloseRequestAndRaise) {
     MainWindowParts layout;
     layout.strTitle = u"vantrel";
-    layout.strLeftKey = u"左";
-    layout.nLeftCommand = 1016;
     layout.strRightKey = u"右";
-    layout.rightMenu = {{1008, u"取得", false, {}}, {0, u"", true, {}}, {0, u"下", false, {{40000, u"終了", false, {}}}}};
-    layout.shortcuts = {{u"Ctrl+A", 40002}};
+    layout.rightMenu = {{1008, u"取得", false, {}}, {0, u"下", false, {{40000, u"終了", false, {}}}}};
     layout.icon = LoadIcon(ResourceModule::Program(), IDI_APP);
     const std::unique_ptr<MainWindow> pWindow = Module().CreateMainWindow(layout);
     std::vector<int> commands;
@@ -86,23 +85,15 @@ TEST(WindowModule, SoftKeysMenuAndShortcutsGiveTheirCommands) {
     // The form keeps its template size above the bar.
     EXPECT_GT(pTop->height(), pTop->findChild<QWidget*>(QStringLiteral("1014"))->geometry().bottom());
 
-    QTest::mouseClick(Key(*pTop, QStringLiteral("左")), Qt::LeftButton);
-    QTest::mouseClick(Key(*pTop, QStringLiteral("右")), Qt::LeftButton);
+    QPushButton* pRight = Key(*pTop, QStringLiteral("右"));
+    QTest::mouseClick(pRight, Qt::LeftButton);
     auto* pMenu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     ASSERT_NE(pMenu, nullptr);
-    // Legend: the menu's entries, a separator as "-", a pop-up as its text and ">".
-    QStringList entries;
-    for (QAction* pAction : pMenu->actions())
-        entries << (pAction->isSeparator() ? QStringLiteral("-") : pAction->text() + (pAction->menu() ? ">" : ""));
-    EXPECT_EQ(entries, (QStringList{"取得", "-", "下>"}));
-    EXPECT_LE(pMenu->geometry().bottom(), Key(*pTop, QStringLiteral("右"))->mapToGlobal(QPoint(0, 0)).y());
-    pMenu->actions().front()->trigger();
+    ASSERT_NE(pMenu->actions().back()->menu(), nullptr);
+    EXPECT_LE(pMenu->geometry().bottom(), pRight->mapToGlobal(QPoint(0, 0)).y());
     pMenu->actions().back()->menu()->actions().front()->trigger();
     pMenu->close();
-    pTop->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(pTop));
-    QTest::keyClick(pTop, Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(commands, (std::vector<int>{1016, 1008, 40000, 40002}));
+    EXPECT_EQ(commands, (std::vector<int>{40000}));
 
     // The desktop's close asks; the window stays until the program has run its exit steps.
     pTop->close();

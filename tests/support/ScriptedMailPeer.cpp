@@ -30,8 +30,8 @@ void Pause() { std::this_thread::sleep_for(std::chrono::milliseconds(ScriptedMai
 
 }  // namespace
 
-ScriptedMailPeer::ScriptedMailPeer(std::vector<std::string> greeting, std::vector<Step> steps, bool bCloseAtOnce)
-    : m_greeting(std::move(greeting)), m_steps(std::move(steps)), m_bCloseAtOnce(bCloseAtOnce) {
+ScriptedMailPeer::ScriptedMailPeer(std::vector<std::string> greeting, std::vector<Step> steps)
+    : m_greeting(std::move(greeting)), m_steps(std::move(steps)) {
     m_nListen = ListenOnLoopback(m_nPort);
     m_thread = std::thread([this] { Run(); });
 }
@@ -55,8 +55,8 @@ void ScriptedMailPeer::Run() {
     // A client that stops talking must not hang the test run.
     timeval limit{10, 0};
     ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    bool bOpen = !m_bCloseAtOnce;
-    if (bOpen) SendPieces(fd, m_greeting);
+    SendPieces(fd, m_greeting);
+    bool bOpen = true;
     std::size_t nConsumed = 0;
     for (std::size_t i = 0; bOpen && i < m_steps.size(); ++i) {
         bOpen = ReceiveUntil(fd, m_steps[i].wait == Step::Wait::Line ? "\n" : "\r\n.\r\n", nConsumed);
@@ -95,21 +95,6 @@ std::uint16_t UnusedLoopbackPort() {
     const int fd = ListenOnLoopback(nPort);
     ::close(fd);
     return nPort;
-}
-
-bool WaitUntilListening(std::uint16_t nPort, int nTimeoutMs) {
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(nPort);
-    for (int nWaited = 0; nWaited <= nTimeoutMs; nWaited += 20) {
-        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-        const bool bUp = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
-        ::close(fd);
-        if (bUp) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return false;
 }
 
 }  // namespace vantrel::test

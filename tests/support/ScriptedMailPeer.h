@@ -20,8 +20,7 @@ public:
     // reads it apart from the next one; pieces of one reply are spaced the same way.
     static constexpr int kReplyDelayMs = 40;
 
-    // An empty greeting with bCloseAtOnce hangs up right after accepting.
-    ScriptedMailPeer(std::vector<std::string> greeting, std::vector<Step> steps, bool bCloseAtOnce = false);
+    ScriptedMailPeer(std::vector<std::string> greeting, std::vector<Step> steps);
     ~ScriptedMailPeer();
     ScriptedMailPeer(const ScriptedMailPeer&) = delete;
     ScriptedMailPeer& operator=(const ScriptedMailPeer&) = delete;
@@ -41,7 +40,6 @@ private:
 
     std::vector<std::string> m_greeting;
     std::vector<Step> m_steps;
-    bool m_bCloseAtOnce;
     int m_nListen = -1;
     std::uint16_t m_nPort = 0;
     std::string m_strReceived;
@@ -58,7 +56,5 @@ inline std::vector<ScriptedMailPeer::Step> GoodSmtpSteps() {
 
 // A port on 127.0.0.1 with nobody listening (bound once, then released).
 std::uint16_t UnusedLoopbackPort();
-// True once something accepts connections on the port, polling for at most nTimeoutMs.
-bool WaitUntilListening(std::uint16_t nPort, int nTimeoutMs);
 
 }  // namespace vantrel::test
