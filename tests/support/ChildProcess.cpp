@@ -35,7 +35,7 @@ ChildProcess::ChildProcess(const std::string& strProgram, const std::vector<std:
 }
 
 ChildProcess::~ChildProcess() {
-    // Asked first, so that the emulator and a mock service can shut down cleanly.
+    // Asked first, so that the emulator, the SMTP server and a mock service can shut down cleanly.
     if (Wait(0) == -1) {
         Signal(SIGTERM);
         if (Wait(3000) == -1) {

@@ -8,8 +8,8 @@
 
 namespace vantrel::test {
 
-// A program running beside the test (the program under test, the module emulator, a mock system
-// service), its standard output and error written to files of its own, so that nothing it or a
+// A program running beside the test (the program under test, the module emulator, the SMTP
+// server, a mock system service), its standard output and error written to files of its own, so that nothing it or a
 // helper it starts writes can block it. The environment is exactly the one given: nothing of the
 // test's own leaks into the child. Killed and reaped when the object goes, however the test ends.
 class ChildProcess {
