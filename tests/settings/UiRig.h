@@ -1,5 +1,4 @@
 #pragma once
-#include <functional>
 #include <memory>
 
 #include "deliver/MessageFacility.h"
@@ -20,16 +19,8 @@
 namespace vantrel::test {
 
 // The settings dialogs on in-memory hosts over the real file system, with recorded message boxes
-// and scripted file dialogs. A nested dialog is driven from inside its modal run: WhenModal
-// queues what the user does there.
+// and scripted file dialogs.
 struct UiRig {
-    // Runs fn on the innermost modal dialog once its run has started.
-    void WhenModal(std::function<void(MemoryDialogHost&)> fn) {
-        m_ui.Post([this, fn] {
-            if (MemoryDialogHost* pDialog = m_dialogs.ActiveModal()) fn(*pDialog);
-        });
-    }
-
     TempDir m_dir;
     ManualClock m_clock;
     HeadlessUiThread m_ui{m_clock};
