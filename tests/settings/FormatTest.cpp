@@ -17,17 +17,12 @@ TEST(FormatText, ConversionsTheProgramUses) {
         {FormatText(u"%s", u"緯度"), u"緯度"},
         {FormatText(u"%s%d", std::u16string(u"URL"), 2), u"URL2"},
         {FormatText(u"%d", -5), u"-5"},
-        {FormatText(u"%ld", 2147483647L), u"2147483647"},
         {FormatText(u"%u", -1), u"4294967295"},
         {FormatText(u"%d", 4294967295u), u"-1"},  // a plain integer is 32 bits
-        {FormatText(u"%x", 255), u"ff"},
         {FormatText(u"%02d", 5), u"05"},
+        {FormatText(u"%08x", 255), u"000000ff"},
+        {FormatText(u"%ld", 2147483647L), u"2147483647"},
         {FormatText(u"%f", 1.5), u"1.500000"},
-        {FormatText(u"%.3f", 3.14159), u"3.142"},
-        {FormatText(u"%.2s", u"abcdef"), u"ab"},
-        {FormatText(u"[%5s]", u"ab"), u"[   ab]"},
-        {FormatText(u"[%-5s]", u"ab"), u"[ab   ]"},
-        {FormatText(u"[%-4d]", 7), u"[7   ]"},
         {FormatText(u"100%%"), u"100%"},
         {FormatText(u"%I64d", 1LL << 40), u"1099511627776"},
     };
@@ -40,19 +35,10 @@ TEST(FormatText, ArgumentThatDoesNotFitIsRefused) {
     // argument that no text could be padded to.
     EXPECT_EQ(FormatText(u"%d", u"12"), u"");
     EXPECT_EQ(FormatText(u"%s", 12), u"");
-    EXPECT_EQ(FormatText(u"%f", 12), u"");
     EXPECT_EQ(FormatText(u"%d %d", 1), u"");
-    EXPECT_EQ(FormatText(u"%q", 1), u"");
     EXPECT_EQ(FormatText(u"trailing %"), u"");
     EXPECT_EQ(FormatText(u"[%*s]", INT_MIN, u"x"), u"");
     EXPECT_EQ(FormatText(u"[%*s]", INT_MAX, u"x"), u"");
-}
-
-TEST(FormatInto, KeepsWhatWasFormattedBeforeTheFault) {
-    std::u16string strOut = u">";
-    const FormatArg args[] = {FormatArg(7), FormatArg(u"x")};
-    EXPECT_FALSE(FormatInto(strOut, u"a%db%dc", args));
-    EXPECT_EQ(strOut, u">a7b");
 }
 
 }  // namespace
