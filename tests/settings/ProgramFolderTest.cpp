@@ -68,7 +68,6 @@ TEST(ProgramFolder, ChoiceOfFolder) {
         {nullptr, nullptr, true, true, "bin"},
         {nullptr, nullptr, true, false, "home/.config/vantrel"},  // created with its parents
         {nullptr, "relative/config", true, false, "home/.config/vantrel"},  // XDG paths must be absolute
-        {nullptr, "", true, false, "home/.config/vantrel"},
         {nullptr, "xdg", true, false, "xdg/vantrel"},
     };
     for (const auto& c : cases) {
@@ -89,22 +88,6 @@ TEST(ProgramFolder, ChoiceOfFolder) {
             << c.pszExpected;
         EXPECT_TRUE(bAbsolute || std::filesystem::is_directory(dir.File(c.pszExpected))) << c.pszExpected;
         EXPECT_EQ(std::filesystem::exists(dir.File("home/.config")), *c.pszExpected == 'h') << c.pszExpected;
-    }
-}
-
-TEST(PosixFileSystem, FolderFacts) {
-    test::TempDir dir;
-    const std::unique_ptr<FileSystem> pFileSystem = CreateFileSystem();
-    test::WriteFileBytes(dir.File("f.txt"), "x");
-    // Legend: path, is a file, is a writable folder.
-    const struct {
-        std::string strName;
-        bool bFile;
-        bool bWritableFolder;
-    } cases[] = {{"f.txt", true, false}, {"", false, true}, {"missing", false, false}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(pFileSystem->IsFile(dir.WideFile(c.strName)), c.bFile) << c.strName;
-        EXPECT_EQ(pFileSystem->IsWritableDirectory(dir.WideFile(c.strName)), c.bWritableFolder) << c.strName;
     }
 }
 
