@@ -54,7 +54,7 @@ const Rows kUrls = {{u"one", u"http://a/1", u"p=1"}, {u"two", u"http://a/2", u"p
 // A sequence of edits on a view opened on the stored row; after each: the rows, the selection and
 // the boxes, which show the selected row. Every refused edit says why with message 3003.
 TEST_F(ListEditorTest, EditsKeepRowsSelectionAndBoxesInStep) {
-    Open(ListEditor::kUrlList, kUrls, 1);
+    Open(ListEditor::kUrlList, kUrls, 0);
     const auto row = [](const char16_t* psz) { return std::vector<std::u16string>{psz, std::u16string(psz) + u"-u", u""}; };
     const struct {
         const char* pszLegend;
@@ -62,7 +62,7 @@ TEST_F(ListEditorTest, EditsKeepRowsSelectionAndBoxesInStep) {
         Rows rows;
         int nSel;
     } steps[] = {
-        {"opened", [] {}, kUrls, 1},
+        {"opened", [] {}, kUrls, 0},
         {"a separator in the address or the third box is refused", [&] {
              m_pHost->ClickListRow(IDC_LE_LIST, 0);  // the first row can be changed too
              Type(u"a", u"u;");

@@ -123,18 +123,19 @@ TEST_F(SheetTest, EachCheckBoxShowsAndReadsItsOwnOption) {
     }
 }
 
-// The edges of reading on OK: unticking "起動時に実行" disables "そのまま終了" (the window test has
-// another box's enable rule on opening) but leaves its tick,
-// which is saved; a number is read from its first ten characters as the leading decimal (the
-// reading rule's own test has the rest) without any message; a cleared text is stored empty and
-// shown empty next time. OK on any page reads every page: the tests above press it on one page
-// for boxes on all eight; キャンセル reads none.
+// The edges of reading on OK: a governed control is greyed on opening while its box is off;
+// unticking "起動時に実行" disables "そのまま終了" but leaves its tick, which is saved; a number
+// is read from its first ten characters as the leading decimal (the reading rule's own test has
+// the rest) without any message; a cleared text is stored empty and shown empty next time. OK on
+// any page reads every page: the tests above press it on one page for boxes on all eight;
+// キャンセル reads none.
 TEST_F(SheetTest, OkReadsDisabledBoxesLongNumbersAndClearedTextsCancelNothing) {
     Settings& settings = m_rig.m_settings;
     settings.SetBool(BoolKey::StartupAll, true);
     settings.SetBool(BoolKey::SupExit, true);
     settings.SetText(TextKey::ToSmtp, u"someone@example.org");
     OpenSheet();
+    EXPECT_FALSE(PageOf(IDC_PS_AUTOSENDINTERVAL).IsEnabled(IDC_PS_AUTOSENDINTERVAL)) << "greyed on opening";
     Click(IDC_PA_STARTUPALL, false);
     EXPECT_FALSE(PageOf(IDC_PA_SUPEXIT).IsEnabled(IDC_PA_SUPEXIT));
     Type(IDC_PS_AUTOSENDINTERVAL, u"123456789012");
