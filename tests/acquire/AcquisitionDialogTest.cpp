@@ -74,24 +74,22 @@ protected:
 };
 
 // Legend: mode, readings wanted (EPGETCNT), retry limit, the module's "AT@LBC?" bodies in turn ->
-// the result (empty: the acquisition fails with 3005), retries and readings counted, and the
-// commands heard with their read delays.
+// the result (empty: the acquisition fails with 3005) and the commands heard with their read
+// delays (the retries and readings counted show only in the progress text).
 TEST_F(AcquisitionTest, ReadingsRetriesAndTheTally) {
     const struct {
         const char* pszLegend;
         int nMode, nWanted, nRetryLimit;
         std::vector<std::string> readings;
         std::u16string strResult;
-        int nRetries, nAcquired;
         std::string strHeard;
     } cases[] = {
-        {"CS-ID: one command, no delay", mode::kCsId, 1, 3, {kA}, u"0A12F3C4/34,0A12F3B8/21", 0, 0, "K20/0 "},
-        {"A, A, B: the most frequent, not the last", mode::kSimple, 3, 3, {kA, kA, kB}, kTextA, 0, 3, Rounds(3)},
-        {"B, A, A, C, C: neither the first nor the last seen", mode::kSimple, 5, 3, {kB, kA, kA, kC, kC}, kTextA, 0, 5,
-         Rounds(5)},
-        {"a bad reading is retried, not counted", mode::kSimple, 1, 3, {kBad, kA}, kTextA, 1, 1, Rounds(2)},
-        {"retries run out: the tally answers", mode::kSimple, 3, 1, {kB, kBad}, kTextB, 1, 1, Rounds(3)},
-        {"retries run out, nothing tallied", mode::kSimple, 3, 1, {kBad}, u"", 1, 0, Rounds(2)},
+        {"CS-ID: one command, no delay", mode::kCsId, 1, 3, {kA}, u"0A12F3C4/34,0A12F3B8/21", "K20/0 "},
+        {"A, A, B: the most frequent, not the last", mode::kSimple, 3, 3, {kA, kA, kB}, kTextA, Rounds(3)},
+        {"B, A, A, C, C: neither the first nor the last seen", mode::kSimple, 5, 3, {kB, kA, kA, kC, kC}, kTextA, Rounds(5)},
+        {"a bad reading is retried, not counted", mode::kSimple, 1, 3, {kBad, kA}, kTextA, Rounds(2)},
+        {"retries run out: the tally answers", mode::kSimple, 3, 1, {kB, kBad}, kTextB, Rounds(3)},
+        {"retries run out, nothing tallied", mode::kSimple, 3, 1, {kBad}, u"", Rounds(2)},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.pszLegend);
@@ -99,10 +97,9 @@ TEST_F(AcquisitionTest, ReadingsRetriesAndTheTally) {
         m_nQueries = 0;
         const auto pModule = Module(c.readings);
         const bool bOk = !c.strResult.empty();
+        m_ui.Post([this] { m_pHost->SendCommand(1); });  // only Cancel ends the dialog early
         EXPECT_EQ(Run(c.nMode, c.nWanted, c.nRetryLimit), bOk ? AcquisitionDialog::kEndSuccess : AcquisitionDialog::kEndFailure);
         EXPECT_EQ(m_state.strResult, c.strResult);
-        EXPECT_EQ(m_state.nRetries, c.nRetries);
-        EXPECT_EQ(m_state.nAcquired, c.nAcquired);
         EXPECT_EQ(m_strHeard, c.strHeard);
         EXPECT_EQ(m_pRig->Texts(), bOk ? std::vector<std::u16string>{} : std::vector<std::u16string>{u"簡易座標の取得に失敗しました。"});
         EXPECT_EQ(m_pSession->Serial().IsOpen(), !bOk) << "success stops the session; a failure leaves it to the caller";
