@@ -57,10 +57,10 @@ protected:
 
 TEST_F(PositionServiceTest, CacheAnswersForTheFirstStationOfTheBestLevel) {
     ASSERT_TRUE(LoadCache(kMark + ToUtf16LeBytes(u"11,pos=N1.1.1.1E2.2.2.2\r\n22,pos=N35.39.29.157E139.44.58.500\r\n"
-                                                  u"33,pos=N3.3.3.3E4.4.4.4\r\n44,pos=N44.0.0.0E144.0.0.0\r\n")));
-    // Legend: CS-ID text -> log text (empty: a miss).
+                                                  u"33,pos=N3.3.3.3E4.4.4.4\r\n44,位置なし\r\n")));
+    // Legend: CS-ID text -> log text (empty: a miss). A stored answer without a position is a hit.
     const std::pair<std::u16string, std::u16string> cases[] = {
-        {u"44/0", u"CACHE: 44/0, pos=N44.0.0.0E144.0.0.0"},  // level 0 still beats the start value
+        {u"44/0", u"CACHE: 44/0, 位置なし"},  // level 0 still beats the start value
         {u"99/9,22/3", u""},                                 // the best station is unknown: miss
         {u"22,33", u""},                                     // no levels at all: miss
         {u"11/3,22/7,33/7", u"CACHE: 22/7, pos=N35.39.29.157E139.44.58.500"},
