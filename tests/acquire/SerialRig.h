@@ -3,7 +3,6 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -48,8 +47,8 @@ public:
         m_messages.SetFlags(MessageFacility::kShowBoxes);
     }
 
-    SerialContext Context(std::function<std::unique_ptr<SerialDevice>()> create = CreateSerialDevice) {
-        return SerialContext{m_clock, m_messages, *m_pPriority, std::move(create), m_bResolve ? &m_resolver : nullptr};
+    SerialContext Context() {
+        return SerialContext{m_clock, m_messages, *m_pPriority, CreateSerialDevice, m_bResolve ? &m_resolver : nullptr};
     }
     MessageFacility& Messages() { return m_messages; }
     std::vector<std::u16string> Texts() const {
@@ -70,35 +69,6 @@ private:
     PortResolver m_resolver;
     bool m_bResolve;
 };
-
-// Collects the chunks a channel hands over, in order.
-class ChunkCollector final : public SerialListener {
-public:
-    void OnReceive(const std::u16string& strText) override {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_chunks.push_back(Utf16ToUtf8(strText));
-    }
-    std::vector<std::string> Chunks() const {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_chunks;
-    }
-    std::string Text() const {
-        std::string strText;
-        for (const std::string& strChunk : Chunks()) strText += strChunk;
-        return strText;
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    std::vector<std::string> m_chunks;
-};
-
-inline std::u16string ErrnoText(int nError) { return CreateSerialDevice()->ErrorText(static_cast<std::uint32_t>(nError)); }
-
-inline bool Send(SerialPort& port, const std::string& strBytes) {
-    std::uint32_t nWritten = 0;
-    return port.write_scc(strBytes.data(), static_cast<int>(strBytes.size()), nWritten) && nWritten == strBytes.size();
-}
 
 inline void Put(PseudoTerminal& terminal, const std::string& strBytes) {
     terminal.Write(strBytes.data(), static_cast<std::uint32_t>(strBytes.size()));
@@ -149,10 +119,5 @@ private:
     std::atomic<bool> m_bStop{false};
     std::atomic<int> m_nServed{0};
 };
-
-// The standard answer of a module that knows the command: echo, body lines, "OK".
-inline std::string Answer(const std::string& strCommand, const std::string& strBody = "") {
-    return strCommand + "\r\n" + strBody + "OK\r\n";
-}
 
 }  // namespace vantrel::test

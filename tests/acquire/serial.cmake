@@ -1,4 +1,4 @@
-# The serial channel over real pseudo-terminals and the port it resolves "COM1:" to.
+# The serial channel over real pseudo-terminals, and the connection-wait guard.
 vantrel_add_test(vantrel_serial_tests
   SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/SerialPortTest.cpp

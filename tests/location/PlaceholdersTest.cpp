@@ -40,14 +40,10 @@ TEST_F(Placeholders, TableOfTemplates) {
 TEST_F(Placeholders, WgsFormsUseUnpaddedIntegers) {
     m_location.m_nWNL[0] = 35, m_location.m_nWNL[1] = 7, m_location.m_nWNL[2] = 3, m_location.m_nWNL[3] = 42;
     m_location.m_nWEL[0] = 139, m_location.m_nWEL[1] = 44, m_location.m_nWEL[2] = 39, m_location.m_nWEL[3] = 5;
-    EXPECT_EQ(Expand(u"$wnl $wel"), u"35.7.3.42 139.44.39.5");
     EXPECT_EQ(Expand(u"$wnml $weml"), u"35/7/3.42 139/44/39.5");
-}
-
-TEST_F(Placeholders, AppendsWithoutClearing) {
-    std::u16string strOut = u"keep:";
-    ASSERT_TRUE(ExpandPlaceholders(m_location, m_clock, u"$hh", strOut));
-    EXPECT_EQ(strOut, u"keep:09");
+    std::u16string strOut = u"keep:";  // callers append to what they have built so far
+    ASSERT_TRUE(ExpandPlaceholders(m_location, m_clock, u"$wnl $wel", strOut));
+    EXPECT_EQ(strOut, u"keep:35.7.3.42 139.44.39.5");
 }
 
 }  // namespace
