@@ -19,8 +19,9 @@ const std::string kPosition = "N35.39.29.000E139.44.51.000";
 // program folder travels with the request, and in silent operation (NOMSG) nothing reaches the
 // terminal while the message log keeps the server's answer. The settings file holds the POP
 // password and the cookie jar the position: both are written for their owner alone, whatever the
-// umask, also where a file that others could read is replaced. Then the new-mail hand-off to the
-// mail program: recipient and subject as configured, the body filled in, no copies.
+// umask, also where a file that others could read is replaced. Then a template expanded on the
+// command line, and the new-mail hand-off to the mail program: recipient and subject as
+// configured, the body filled in, no copies.
 TEST(Delivery, EveryChannelGetsThePositionAndSecretsStayPrivate) {
     std::vector<std::string> received;  // target and cookie of each request
     LoopbackHttpServer server;
@@ -67,6 +68,8 @@ TEST(Delivery, EveryChannelGetsThePositionAndSecretsStayPrivate) {
     for (const char* pszName : {"shared.ini", "cookies.txt"})
         EXPECT_EQ(std::filesystem::status(home.File(pszName)).permissions(), std::filesystem::perms(0600)) << pszName;
 
+    const ProgramRun expand = RunVantrel(home, {"expand", "$nl $wnl $pc", "--position", kPosition + "/1"});
+    EXPECT_EQ(expand.strOut, "35.39.29.000 35.39.40.623 1\n") << expand.strErr;
     const ProgramRun mail = RunVantrel(home, {"new-mail", "--position", "N35.39.29.157E139.44.58.500/7"});
     EXPECT_EQ(mail.nExit, 0) << mail.strErr;
     EXPECT_EQ(home.RecordedArgs("xdg-email"),

@@ -32,16 +32,18 @@ TEST(LibraryLoading, WindowlessCommandsLoadNoToolkit) {
     // Without a system bus the data-line library must not load NetworkManager's client either.
     home.SetEnvironment("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + home.File("no-bus"));
     // Legend: arguments, whether the run talks HTTP (and loads the HTTP library then only), whether
-    // it runs until stopped, whether it loads the window module.
+    // it runs until stopped, whether it loads the window module -> exit status (the copy's 0 says
+    // that the module was loaded and put the text on the clipboard).
     const struct {
         std::vector<std::string> args;
         bool bHttp, bStopped, bWindow;
+        int nExit;
     } cases[] = {
-        {{"acquire", "--port", "sim"}, false, false, false},
-        {{"send", "--position", kPosition}, true, false, false},
-        {{"connect"}, false, false, false},
-        {{"--windowless", "--port", "sim"}, false, true, false},
-        {{"copy", "--position", kPosition}, false, false, true},  // what would show it if it did
+        {{"acquire", "--port", "sim"}, false, false, false, 0},
+        {{"send", "--position", kPosition}, true, false, false, 1},
+        {{"connect"}, false, false, false, 0},
+        {{"--windowless", "--port", "sim"}, false, true, false, 0},
+        {{"copy", "--position", kPosition}, false, false, true, 0},  // what would show it if it did
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args[0]);
@@ -50,7 +52,7 @@ TEST(LibraryLoading, WindowlessCommandsLoadNoToolkit) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1500));
             pProgram->Signal(SIGTERM);
         }
-        ASSERT_NE(pProgram->Wait(10000), -1) << "still running";
+        ASSERT_EQ(pProgram->Wait(10000), c.nExit);
         const std::string strLoaded = pProgram->Err();
         ASSERT_TRUE(Has(strLoaded, "libc.so")) << "no loader report";
         EXPECT_EQ(Has(strLoaded, "libQt6Widgets"), c.bWindow);
@@ -81,7 +83,6 @@ TEST(LibraryLoading, TheInstalledLibraryFolderIsLookedInByName) {
     const LibraryHandle hProbe = pLoader->Load(u"libvantrel-probe.so");
     EXPECT_NE(hProbe, nullptr) << Utf16ToUtf8(pLoader->LastError());
     pLoader->Free(hProbe);
-    EXPECT_EQ(pLoader->Load(u"libvantrel-absent.so"), nullptr);
 }
 
 }  // namespace

@@ -24,7 +24,6 @@ ProgramHome::ProgramHome() : m_pFiles(CreateFileSystem()) {
     Settings& s = *m_pSettings;
     s.SetBool(BoolKey::AutoConnect, false);
     s.SetBool(BoolKey::BrowserSend, false);
-    s.SetBool(BoolKey::Pbs, false);
     s.SetNumber(NumberKey::ConnectWait, 0);
     s.BrowserList().Clear();
     s.BrowserList().SetSelectedIndex(-1);

@@ -19,7 +19,7 @@ public:
     ProgramHome();
 
     // The record written as default.ini by Save(): the Linux defaults made quiet and quick (no
-    // browser, no auto-connect, no connect wait, no POP before SMTP).
+    // browser, no auto-connect, no connect wait).
     Settings& GetSettings() { return *m_pSettings; }
     void Save();
     // One URL row, selected.
