@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "port/Factories.h"
-#include "port/FileSystem.h"
 #include "settings/SettingsProfile.h"
 #include "settings/TextUtil.h"
 
@@ -15,29 +14,23 @@ namespace vantrel::test {
 
 ProgramHome::ProgramHome() : m_pFiles(CreateFileSystem()) {
     mkdir(File("bin").c_str(), 0755);
-    m_environment = {{"VANTREL_HOME", Path()},
-                     {"HOME", Path()},
-                     {"XDG_CONFIG_HOME", Path()},
+    m_environment = {{"VANTREL_HOME", m_dir.Path()},
+                     {"HOME", m_dir.Path()},
+                     {"XDG_CONFIG_HOME", m_dir.Path()},
                      {"PATH", File("bin") + ":/usr/local/bin:/usr/bin:/bin"},
                      {"LANG", "C.UTF-8"},
                      {"QT_QPA_PLATFORM", "offscreen"}};
     m_pSettings = std::make_unique<Settings>(LinuxSettingsProfile(m_dir.WidePath()), *m_pFiles);
     Settings& s = *m_pSettings;
-    s.SetBool(BoolKey::LocateEasy, true);
     s.SetBool(BoolKey::AutoConnect, false);
     s.SetBool(BoolKey::BrowserSend, false);
-    s.SetBool(BoolKey::Pbs, false);
     s.SetNumber(NumberKey::ConnectWait, 0);
     s.BrowserList().Clear();
     s.BrowserList().SetSelectedIndex(-1);
-    s.UrlList().Clear();
-    s.UrlList().SetSelectedIndex(-1);
     // Nothing the program hands to the desktop may reach a real one.
     AddRecorder("xdg-open");
     AddRecorder("xdg-email");
 }
-
-ProgramHome::~ProgramHome() = default;
 
 void ProgramHome::Save() { m_pSettings->Save(m_dir.WideFile("default.ini")); }
 
@@ -86,40 +79,10 @@ std::vector<std::string> ProgramHome::FilesEndingWith(const std::string& strSuff
     return paths;
 }
 
-std::unique_ptr<ChildProcess> StartVantrel(const ProgramHome& home, const std::vector<std::string>& arguments) {
-    return std::make_unique<ChildProcess>(VANTREL_EXE, arguments, home.Environment());
-}
-
-ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& arguments, int nTimeoutMs) {
-    return RunProgram(VANTREL_EXE, home, arguments, nTimeoutMs);
-}
-
-ProgramRun RunProgram(const std::string& strProgram, const ProgramHome& home, const std::vector<std::string>& arguments,
-                      int nTimeoutMs) {
+ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& arguments, const std::string& strProgram) {
     ChildProcess child(strProgram, arguments, home.Environment());
-    const int nExit = child.Wait(nTimeoutMs);
+    const int nExit = child.Wait(30000);
     return {nExit, child.Out(), child.Err()};
 }
-
-WsimEmulator::WsimEmulator(const std::vector<std::string>& options)
-    : m_process(VANTREL_WSIM_EXE, options, {"PATH=/usr/bin:/bin"}) {
-    m_strDevice = m_process.FirstLine(10000);
-}
-
-RecordingHttpServer::RecordingHttpServer(std::string strAnswer) {
-    m_server.Server().Get(".*", [this, strAnswer](const httplib::Request& request, httplib::Response& response) {
-        std::lock_guard lock(m_mutex);
-        m_requests.push_back({request.target, request.get_header_value("Cookie")});
-        response.set_content(strAnswer, "text/plain");
-    });
-    m_server.Start();
-}
-
-std::vector<RecordingHttpServer::Request> RecordingHttpServer::Requests() {
-    std::lock_guard lock(m_mutex);
-    return m_requests;
-}
-
-std::string Utf16LeBytes(const std::string& strUtf8) { return ToUtf16LeBytes(Utf8ToUtf16(strUtf8)); }
 
 }  // namespace vantrel::test

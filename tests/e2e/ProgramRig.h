@@ -1,19 +1,14 @@
 #pragma once
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "port/FileSystem.h"
 #include "settings/Settings.h"
 #include "support/ChildProcess.h"
 #include "support/LoopbackHttpServer.h"
-#include "support/ScriptedMailPeer.h"
 #include "support/TempDir.h"
-
-namespace vantrel {
-class FileSystem;
-}
 
 namespace vantrel::test {
 
@@ -22,16 +17,14 @@ namespace vantrel::test {
 class ProgramHome {
 public:
     ProgramHome();
-    ~ProgramHome();
 
     // The record written as default.ini by Save(): the Linux defaults made quiet and quick (no
-    // browser, no auto-connect, no connect wait, no POP before SMTP).
+    // browser, no auto-connect, no connect wait).
     Settings& GetSettings() { return *m_pSettings; }
     void Save();
     // One URL row, selected.
     void UseUrl(const std::string& strAddress, const std::string& strTemplate = "");
 
-    const std::string& Path() const { return m_dir.Path(); }
     std::string File(const std::string& strName) const { return m_dir.File(strName); }
     // An executable shell script in the bin folder that writes its arguments, one a line, to
     // <name>.args in the program folder.
@@ -51,44 +44,13 @@ private:
     std::map<std::string, std::string> m_environment;
 };
 
-// The program run to its end; nExit is -1 when it was still running after nTimeoutMs.
+// The program run to its end; nExit is -1 when it was still running after 30 s.
 struct ProgramRun {
     int nExit = -1;
     std::string strOut;
     std::string strErr;
 };
-ProgramRun RunProgram(const std::string& strProgram, const ProgramHome& home, const std::vector<std::string>& arguments,
-                      int nTimeoutMs = 30000);
-ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& arguments, int nTimeoutMs = 30000);
-std::unique_ptr<ChildProcess> StartVantrel(const ProgramHome& home, const std::vector<std::string>& arguments);
+ProgramRun RunVantrel(const ProgramHome& home, const std::vector<std::string>& arguments,
+                      const std::string& strProgram = VANTREL_EXE);
 
-// The module emulator on its own pseudo-terminal.
-class WsimEmulator {
-public:
-    explicit WsimEmulator(const std::vector<std::string>& options);
-    const std::string& Device() const { return m_strDevice; }
-
-private:
-    ChildProcess m_process;
-    std::string m_strDevice;
-};
-
-// An HTTP server that records every request it gets and answers with a fixed text.
-class RecordingHttpServer {
-public:
-    struct Request {
-        std::string strTarget;
-        std::string strCookie;
-    };
-    explicit RecordingHttpServer(std::string strAnswer = "accepted");
-    std::vector<Request> Requests();
-    std::string Url(const std::string& strPath) const { return m_server.Url(strPath); }
-
-private:
-    std::mutex m_mutex;
-    std::vector<Request> m_requests;
-    LoopbackHttpServer m_server;
-};
-
-std::string Utf16LeBytes(const std::string& strUtf8);
 }  // namespace vantrel::test

@@ -33,8 +33,6 @@ public:
         return true;
     }
 
-    const std::vector<std::u16string>& Log() const { return *m_pLog; }
-
     HandOffStyle m_style;
     std::function<void(const std::u16string&)> m_onStart;
 

@@ -66,7 +66,6 @@ public:
         return m_windows.count(hWindow) != 0;
     }
 
-    const std::vector<std::u16string>& Log() const { return *m_pLog; }
     int m_nFinds = 0;
     std::function<void(WindowHandle, std::uint32_t)> m_onPost;
 
