@@ -6,5 +6,4 @@ endif()
 vantrel_add_test(http_tests
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/HttpClientTest.cpp
           ${CMAKE_CURRENT_LIST_DIR}/HttpSendTest.cpp
-          ${CMAKE_CURRENT_LIST_DIR}/WorkerThreadTest.cpp
   LIBS vantrel_http vantrel_curl PkgConfig::HTTPLIB)
