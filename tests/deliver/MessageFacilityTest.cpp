@@ -52,19 +52,6 @@ TEST_F(MessageFacilityTest, AnswersWithAndWithoutBoxes) {
     EXPECT_EQ(m_facility.ShowMessageId(0, IDS_ASK_DISCONNECT, caption::kConfirm, mb::kYesNo), mb::kIdNo);
     ASSERT_EQ(m_boxes.Boxes().size(), 1u);
     EXPECT_EQ(m_boxes.Boxes()[0].strText, u"接続中です。切断してもよろしいですか？");
-    EXPECT_EQ(m_boxes.Boxes()[0].strCaption, u"確認");
-    EXPECT_EQ(m_boxes.Boxes()[0].nFlags, mb::kYesNo);
-}
-
-// Until a folder is accepted the lines go nowhere, not even to the working folder.
-TEST_F(MessageFacilityTest, NoFolderNoLog) {
-    MessageFacility facility(m_clock, *m_pFiles, m_boxes, ResourceModule::Program());
-    facility.SetFlags(MessageFacility::kLogToFile);
-    const std::filesystem::path previous = std::filesystem::current_path();
-    std::filesystem::current_path(m_dir.Path());
-    facility.LogLine(u"y", caption::kConfirm);
-    std::filesystem::current_path(previous);
-    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
 }
 
 // A refused folder leaves the one accepted before; the separator is added once.
