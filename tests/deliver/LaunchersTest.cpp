@@ -65,37 +65,6 @@ TEST_F(LaunchersTest, OpenWithShellNeedsOnlyAFileName) {
     EXPECT_EQ(m_log, (Log{u"open /usr/bin/browser | http://x/?a=1"}));
 }
 
-// Legend: which wait, the window shown from..until (ticks from now), limit -> result, time taken,
-// looks. Only the 10 ms sleeps count, and reaching the limit is a failure even when the last look
-// would have succeeded.
-TEST_F(LaunchersTest, WaitsCountSleepsUpToTheLimit) {
-    constexpr std::uint32_t kForever = FakeWindowFinder::kForever;
-    const struct {
-        bool bGone;  // WaitWindowGone, else WaitForWindow
-        std::uint32_t nFrom, nUntil, nLimit;
-        bool bResult;
-        std::uint32_t nElapsed;
-        int nFinds;
-    } cases[] = {
-        {false, 5000, kForever, 5000, false, 5000, 500},  // no look after the last sleep
-        {true, 0, 300, 5000, true, 300, 31},
-        {true, 0, 5000, 5000, false, 5000, 501},
-    };
-    const auto Shift = [&](std::uint32_t nTicks) { return nTicks == kForever ? nTicks : m_clock.TickCount() + nTicks; };
-    for (const auto& c : cases) {
-        FakeWindowFinder windows(m_clock);
-        Launchers launchers(m_launcher, windows, m_clipboard, m_clock, m_messages);
-        const std::uint32_t nStart = m_clock.TickCount();
-        const WindowHandle hWindow = windows.Add(u"w", u"C", u"T", Shift(c.nFrom), Shift(c.nUntil));
-        if (c.bGone)
-            EXPECT_EQ(launchers.WaitWindowGone(u"C", u"T", c.nLimit), c.bResult) << c.nUntil;
-        else
-            EXPECT_EQ(launchers.WaitForWindow(u"C", u"T", c.nLimit), c.bResult ? hWindow : 0) << c.nFrom;
-        EXPECT_EQ(m_clock.TickCount() - nStart, c.nElapsed) << c.nFrom << "-" << c.nUntil;
-        EXPECT_EQ(windows.m_nFinds, c.nFinds) << c.nFrom << "-" << c.nUntil;
-    }
-}
-
 TEST_F(LaunchersTest, MapHandOffsNeedTheSwitchThenAPosition) {
     m_settings.bGmmSend = false;
     m_location.Reset();
@@ -154,14 +123,6 @@ TEST_F(MapDanceTest, StartsTheMapAndFillsTheSearch) {
     EXPECT_EQ(m_launchers.SendMapSearch(0, m_location, m_settings), 1);
     EXPECT_EQ(m_log, (Log{u"open \\Program Files\\GoogleMaps\\GoogleMaps.exe | ", u"post start 1", u"post map 200",
                           u"text edit n 35 39 41.5,e 139 44 43.57", u"post search 1"}));
-}
-
-TEST_F(MapDanceTest, RunningMapGetsTheSearchAfterItsStartDialogIsConfirmed) {
-    m_windows.SetSpan(m_hStart, 0);
-    m_windows.SetSpan(m_hMap, 0);
-    m_bSearchComes = false;
-    EXPECT_EQ(m_launchers.SendMapSearch(0, m_location, m_settings), 1);
-    EXPECT_EQ(m_log, (Log{u"post start 1", u"post map 200"}));
 }
 
 TEST_F(MapDanceTest, MapThatCannotBeStartedFails) {

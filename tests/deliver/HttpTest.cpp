@@ -2,11 +2,15 @@
 
 #include <atomic>
 #include <chrono>
+#include <regex>
 #include <thread>
 
+#include "deliver/HttpSend.h"
 #include "deliver/WorkerThread.h"
+#include "location/Location.h"
 #include "settings/TextUtil.h"
 #include "support/HttpRig.h"
+#include "support/ManualClock.h"
 #include "support/ScriptedMailPeer.h"
 
 namespace vantrel {
@@ -22,10 +26,9 @@ protected:
         for (const auto& box : m_boxes.Boxes()) texts.push_back(box.strText);
         return texts;
     }
-    bool Plain(const std::u16string& strUrl, std::u16string& strBody, const std::u16string& strProxy = u"",
-               bool bBypassLocal = false) {
+    bool Plain(const std::u16string& strUrl, std::u16string& strBody) {
         std::u16string strLocation;
-        return m_http.Fetch(strUrl, true, strProxy, bBypassLocal, u"", u"", strBody, strLocation);
+        return m_http.Fetch(strUrl, true, u"", false, u"", u"", strBody, strLocation);
     }
     bool WithHeaders(const std::u16string& strUrl, std::u16string& strBody, std::u16string& strLocation) {
         return m_http.Fetch(strUrl, true, u"", false, u"X-CS-INFO: %s\r\n", u"11/3", strBody, strLocation);
@@ -122,26 +125,6 @@ TEST_F(HttpClientTest, WorkerLimitBoundsOnlyTheOpening) {
                                 Url(silent) + u"]"});
 }
 
-// "<local>" sends names without a dot around the proxy; without it they go through it too.
-TEST_F(HttpClientTest, ProxyIsUsedUnlessLocalBypassSendsDirect) {
-    test::LoopbackHttpServer proxy;
-    proxy.Server().Get(".*", [](const httplib::Request&, httplib::Response& response) {
-        response.set_content("via proxy", "text/plain");
-    });
-    proxy.Start();
-    m_server.Server().Get("/direct", [](const httplib::Request&, httplib::Response& response) {
-        response.set_content("direct", "text/plain");
-    });
-    m_server.Start();
-    const std::u16string strProxy = Utf8ToUtf16("127.0.0.1:" + std::to_string(proxy.Port()));
-    const std::u16string strLocal = Utf8ToUtf16("http://localhost:" + std::to_string(m_server.Port()) + "/direct");
-
-    std::u16string strBypassed, strProxied;
-    ASSERT_TRUE(Plain(strLocal, strBypassed, strProxy, true));
-    ASSERT_TRUE(Plain(strLocal, strProxied, strProxy, false));
-    EXPECT_EQ(strBypassed + u"|" + strProxied, u"direct|via proxy");
-}
-
 // A session whose open never returns on its own and ignores the abort for a while, as a stack
 // stuck in a system call would.
 class StuckSession final : public HttpSession {
@@ -154,15 +137,15 @@ public:
     std::unique_ptr<HttpResponse> OpenUrl(const std::u16string&, std::uint32_t& nError) override {
         std::this_thread::sleep_for(400ms);
         nError = 99;
+        ++m_nEnded;
         return nullptr;
     }
     void Abort() override { m_bAborted = true; }
     std::atomic<bool> m_bAborted{false};
+    std::atomic<int> m_nEnded{0};
 };
 
-std::atomic<int> g_nEnded{0};
-
-int OpenAndCount(WorkerRecord& record) {
+int OpenOnWorker(WorkerRecord& record) {
     std::shared_ptr<HttpSession> pSession;
     {
         std::lock_guard lock(record.mutex);
@@ -171,17 +154,15 @@ int OpenAndCount(WorkerRecord& record) {
     std::uint32_t nError = 0;
     pSession->OpenUrl(record.strUrl, nError);
     std::lock_guard lock(record.mutex);
-    record.nLastError = nError;
-    ++g_nEnded;
+    record.nLastError = nError;  // the record must outlive the worker's owner
     return 0;
 }
 
 TEST_F(HttpClientTest, WorkerThatIgnoresTheAbortIsLeftBehindNotWaitedFor) {
     auto pSession = std::make_shared<StuckSession>();
-    const int nEndedBefore = g_nEnded;
     const auto start = std::chrono::steady_clock::now();
     {
-        WorkerThread worker(*m_pClock, OpenAndCount);
+        WorkerThread worker(*m_pClock, OpenOnWorker);
         ASSERT_EQ(worker.Start(pSession, u"http://stuck/"), 0);
         worker.SetTimeout(50);
         EXPECT_EQ(worker.Run(10), -1);
@@ -189,10 +170,83 @@ TEST_F(HttpClientTest, WorkerThatIgnoresTheAbortIsLeftBehindNotWaitedFor) {
         EXPECT_TRUE(pSession->m_bAborted);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, 300ms);  // the limit and the grace wait only
-    EXPECT_EQ(g_nEnded.load(), nEndedBefore);
+    EXPECT_EQ(pSession->m_nEnded, 0);
     // The detached worker still owns what it touches and finishes on its own.
-    for (int i = 0; i < 100 && g_nEnded == nEndedBefore; ++i) std::this_thread::sleep_for(10ms);
-    EXPECT_EQ(g_nEnded.load(), nEndedBefore + 1);
+    for (int i = 0; i < 100 && pSession->m_nEnded == 0; ++i) std::this_thread::sleep_for(10ms);
+    EXPECT_EQ(pSession->m_nEnded, 1);
+}
+
+class HttpSendTest : public testing::Test, public test::HttpRig {
+protected:
+    HttpSendTest() { m_location.SetCoordinates(u"35.39.29.157", u"139.44.58.500"); }
+
+    test::ManualClock m_clock{test::MakeTime(2009, 12, 31, 23, 59, 59)};
+    HttpSend m_send{*m_pTransport, m_clock};
+    Location m_location;
+};
+
+// Legend: base URL, query template -> built?, URL.
+TEST_F(HttpSendTest, SendUrlAppendsTheQueryAfterAQuestionMark) {
+    m_send.LoadDefaultTemplate(ResourceModule::Program());
+    const struct {
+        std::u16string strBase, strTemplate;
+        bool bOk;
+        std::u16string strUrl;
+    } cases[] = {
+        {u"http://h/s", u"", true, u"http://h/s?pos=N35.39.29.157E139.44.58.500"},  // default template
+        {u"http://h/s", u"fixed=1&b=a b", true, u"http://h/s?fixed=1&b=a b"},       // verbatim, not escaped
+        {u"", u"lat=$nl", false, u"previous"},                                       // output untouched
+    };
+    for (const auto& c : cases) {
+        std::u16string strUrl = u"previous";
+        EXPECT_EQ(m_send.BuildSendUrl(m_location, c.strBase, c.strTemplate, strUrl), c.bOk);
+        EXPECT_EQ(strUrl, c.strUrl);
+    }
+}
+
+// Legend: local time (day of week, month possibly broken) -> expiry text, or none.
+TEST(CookieExpiry, OneYearOnWithTodaysWeekdayLabelledGmt) {
+    const auto With = [](SystemTime time, int nDayOfWeek, int nMonth) {
+        time.nDayOfWeek = nDayOfWeek;
+        time.nMonth = nMonth;
+        return time;
+    };
+    const SystemTime day = test::MakeTime(2009, 1, 1);
+    const struct {
+        SystemTime time;
+        const char16_t* pszExpiry;
+    } cases[] = {
+        {test::MakeTime(2009, 12, 31, 23, 59, 59), u"Thu, 31-Dec-2010 23:59:59 GMT"},
+        {test::MakeTime(2023, 1, 1, 0, 0, 0), u"Sun, 01-Jan-2024 00:00:00 GMT"},
+        {With(day, 7, 1), nullptr}, {With(day, -1, 1), nullptr}, {With(day, 4, 0), nullptr}, {With(day, 4, 13), nullptr},
+    };
+    for (const auto& c : cases) {
+        std::u16string strExpiry = u"untouched";
+        EXPECT_EQ(FormatCookieExpiry(c.time, strExpiry), c.pszExpiry != nullptr);
+        EXPECT_EQ(strExpiry, c.pszExpiry ? c.pszExpiry : u"untouched");
+    }
+}
+
+// A cookie written now lives a year on the host of the URL and every path there, so the next
+// request to that host carries it.
+TEST_F(HttpSendTest, CookieIsCarriedOnLaterRequestsToItsHost) {
+    m_clock.SetLocalTime(m_pClock->LocalTime());
+    std::string strCookie;
+    m_server.Server().Get("/echo", [&](const httplib::Request& request, httplib::Response& response) {
+        strCookie = request.get_header_value("Cookie");
+        response.set_content("ok", "text/plain");
+    });
+    m_server.Start();
+    EXPECT_FALSE(m_send.CreateLocationCookie(u"not a url", u"1", u"2"));
+    ASSERT_TRUE(m_send.CreateLocationCookie(m_server.WideUrl("/any/path?x=1"), u"35.39.29.157", u"139.44.58.500"));
+
+    std::u16string strBody, strLocation;
+    ASSERT_TRUE(m_http.Fetch(m_server.WideUrl("/echo"), true, u"", false, u"", u"", strBody, strLocation));
+    EXPECT_EQ(strCookie, "location=35.39.29.157,139.44.58.500");
+    // Host only, every path, not secure, an expiry (not a session cookie).
+    EXPECT_TRUE(std::regex_search(test::ReadFileBytes(m_dir.File("cookies.txt")),
+                                  std::regex("\n127\\.0\\.0\\.1\tFALSE\t/\tFALSE\t[1-9][0-9]{9}\tlocation\t"
+                                             "35\\.39\\.29\\.157,139\\.44\\.58\\.500\n")));
 }
 
 }  // namespace
