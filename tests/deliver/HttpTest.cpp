@@ -40,10 +40,9 @@ protected:
 TEST_F(HttpClientTest, OnlyThePlainFetchFollowsRedirects) {
     std::string strLong;
     for (int i = 0; strLong.size() < 5000; ++i) strLong += std::to_string(i) + ";";
-    std::string strInfo, strAgent;
+    std::string strInfo;
     m_server.Server().Get("/loc", [&](const httplib::Request& request, httplib::Response& response) {
         strInfo = request.get_header_value("X-CS-INFO");
-        strAgent = request.get_header_value("User-Agent");
         response.status = 302;
         response.set_header("Location", "/next");
         response.set_content(strLong, "text/plain");
@@ -58,13 +57,12 @@ TEST_F(HttpClientTest, OnlyThePlainFetchFollowsRedirects) {
     EXPECT_EQ(strLocation, u"/next");  // raw, not made absolute
     EXPECT_EQ(strBody, Utf8ToUtf16(strLong));
     EXPECT_EQ(strInfo, "11/3");
-    EXPECT_EQ(strAgent, "vantrel");
     ASSERT_TRUE(Plain(m_server.WideUrl("/loc"), strBody));
     EXPECT_EQ(strBody, Utf8ToUtf16("followed " + strLong));
     EXPECT_TRUE(Messages().empty());
 }
 
-// A header answer without Location fails although its body is read. A body that breaks off after
+// A header answer without Location fails. A body that breaks off after
 // its headers fails the read, not the request: the header request still succeeds on its Location,
 // and otherwise the read's own text is the one shown.
 TEST_F(HttpClientTest, MissingLocationOrBrokenBody) {
@@ -85,7 +83,6 @@ TEST_F(HttpClientTest, MissingLocationOrBrokenBody) {
 
     std::u16string strBody, strLocation = u"untouched";
     EXPECT_FALSE(WithHeaders(m_server.WideUrl("/whole"), strBody, strLocation));
-    EXPECT_EQ(strBody, u"pos=N1.2.3.4E5.6.7.8");
     EXPECT_EQ(strLocation, u"untouched");
     EXPECT_TRUE(WithHeaders(m_server.WideUrl("/moved"), strBody, strLocation));
     EXPECT_EQ(strLocation, u"/next?pos=N1.2.3.4E5.6.7.8");
@@ -170,7 +167,6 @@ TEST_F(HttpClientTest, WorkerThatIgnoresTheAbortIsLeftBehindNotWaitedFor) {
         EXPECT_TRUE(pSession->m_bAborted);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, 300ms);  // the limit and the grace wait only
-    EXPECT_EQ(pSession->m_nEnded, 0);
     // The detached worker still owns what it touches and finishes on its own.
     for (int i = 0; i < 100 && pSession->m_nEnded == 0; ++i) std::this_thread::sleep_for(10ms);
     EXPECT_EQ(pSession->m_nEnded, 1);

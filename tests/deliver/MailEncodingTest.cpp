@@ -62,8 +62,6 @@ TEST(MailEncoding, ByteOutsideTheCharacterSetsAndCutLeadByte) {
     EXPECT_EQ(ShiftJisToIso2022Jp("a\xA0z"), "a" + kToJis + "\x21\x21" + kToAscii + "z");
     // A lead byte with no trail byte left is dropped, and the text still ends in ASCII mode.
     EXPECT_EQ(ShiftJisToIso2022Jp("\x8A\xBF\x88"), kToJis + "\x34\x41" + kToAscii);
-    // 0x80 and 0xFD-0xFF are single bytes.
-    EXPECT_EQ(ShiftJisToIso2022Jp("\x80\xFD"), "\x80\xFD");
     // An ESC of the text would switch the reader's character set behind the converter's back and
     // could leave the mail in double-byte mode; it is not passed on.
     EXPECT_EQ(ShiftJisToIso2022Jp("N35\x1B$B"), "N35$B");
