@@ -97,7 +97,8 @@ TEST_F(HttpClientTest, MissingLocationOrBrokenBody) {
 
 // The worker's limit bounds opening the URL, up to the answer's headers; the body is then read
 // under the session's receive limit, so a body whose first bytes come only after the limit is read
-// whole instead of timing out. A server that never answers ends the fetch at the limit.
+// whole instead of timing out. A server that never answers ends the fetch at the limit. The slow
+// server also shows the exact request a plain fetch sends.
 TEST_F(HttpClientTest, WorkerLimitBoundsOnlyTheOpening) {
     using test::ScriptedMailPeer;
     // The peer spaces the pieces 40 ms apart: the headers at 40 ms, the body from 200 ms on.
@@ -112,6 +113,8 @@ TEST_F(HttpClientTest, WorkerLimitBoundsOnlyTheOpening) {
     std::u16string strBody;
     EXPECT_TRUE(Plain(Url(slow), strBody));
     EXPECT_EQ(strBody, u"01234567890123456789");
+    EXPECT_EQ(slow.Transcript(), "GET / HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(slow.Port()) +
+                                     "\r\nUser-Agent: vantrel\r\nAccept: */*\r\n\r\n");
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(Plain(Url(silent), strBody));
     const auto elapsed = std::chrono::steady_clock::now() - start;

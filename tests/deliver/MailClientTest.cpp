@@ -74,8 +74,6 @@ TEST_F(MailClientTest, SendsTheExactMailAndReadsEveryReplyOneBehind) {
         "QUIT\r\n";
     EXPECT_EQ(strTranscript, strExpected);
     EXPECT_EQ(nResult, 0);
-    // The last read is the answer to ".", QUIT's own answer is never read.
-    EXPECT_EQ(m_client.Status(), 250);
 }
 
 // Legend: the server's replies after its "220" -> code, the start of what the client sent, the
