@@ -52,10 +52,13 @@ protected:
 // A bare name is looked for along the path and its parameters split as a Windows program would;
 // the launch returns while the program runs on, and the program never becomes our child.
 TEST_F(ProcessLauncherTest, ProgramRunsOnDetachedWithParametersSplitTheWindowsWay) {
-    EXPECT_TRUE(m_pLauncher->ShellOpen(u"vantrel-rec", u"http://x/?a=1&b=\"c d\" \"C:\\dir\\\\\" 東京"));
+    // A quote first, 2n and 2n+1 backslashes before a quote, quoted blanks, a run of blanks, an
+    // empty argument, and a run of three quotes (the third is literal and ends the quoting).
+    EXPECT_TRUE(m_pLauncher->ShellOpen(u"vantrel-rec",
+                                       u"\"C:\\dir\\\\\" http://x/?a=1&b=\"c d\" 東京\t\t\"\"\ta\\\\\\\"b \"e\"\"f g\""));
     const pid_t nPid = std::atoi(ReadWhenWritten(m_strScript + ".pid").c_str());
     ASSERT_GT(nPid, 0);
-    EXPECT_EQ(ReadWhenWritten(m_strScript + ".args"), "http://x/?a=1&b=c d\0C:\\dir\\\0東京\0"s);
+    EXPECT_EQ(ReadWhenWritten(m_strScript + ".args"), "C:\\dir\\\0http://x/?a=1&b=c d\0東京\0\0a\\\"b\0e\"f\0g\0"s);
     EXPECT_EQ(::kill(nPid, 0), 0) << "the launch returned only after the program ended";
     errno = 0;
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
