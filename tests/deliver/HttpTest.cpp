@@ -59,7 +59,6 @@ TEST_F(HttpClientTest, OnlyThePlainFetchFollowsRedirects) {
     EXPECT_EQ(strInfo, "11/3");
     ASSERT_TRUE(Plain(m_server.WideUrl("/loc"), strBody));
     EXPECT_EQ(strBody, Utf8ToUtf16("followed " + strLong));
-    EXPECT_TRUE(Messages().empty());
 }
 
 // A header answer without Location fails. A body that breaks off after
@@ -166,7 +165,6 @@ TEST_F(HttpClientTest, WorkerThatIgnoresTheAbortIsLeftBehindNotWaitedFor) {
         ASSERT_EQ(worker.Start(pSession, u"http://stuck/"), 0);
         worker.SetTimeout(50);
         EXPECT_EQ(worker.Run(10), -1);
-        EXPECT_EQ(worker.ExitCode(), -3);
         EXPECT_TRUE(pSession->m_bAborted);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, 300ms);  // the limit and the grace wait only
