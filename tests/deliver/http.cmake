@@ -4,7 +4,5 @@ if(NOT TARGET PkgConfig::HTTPLIB)
   pkg_check_modules(HTTPLIB REQUIRED IMPORTED_TARGET GLOBAL cpp-httplib)
 endif()
 vantrel_add_test(http_tests
-  SOURCES ${CMAKE_CURRENT_LIST_DIR}/HttpClientTest.cpp
-          ${CMAKE_CURRENT_LIST_DIR}/HttpSendTest.cpp
-          ${CMAKE_CURRENT_LIST_DIR}/WorkerThreadTest.cpp
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/HttpTest.cpp
   LIBS vantrel_http vantrel_curl PkgConfig::HTTPLIB)

@@ -1,3 +1,3 @@
 vantrel_add_test(mail_tests
-  SOURCES MailEncodingTest.cpp MailClientTest.cpp MailErrorTextTest.cpp MailServerTest.cpp
+  SOURCES MailEncodingTest.cpp MailClientTest.cpp
   LIBS vantrel_mail vantrel_resources)
