@@ -41,7 +41,6 @@ TEST(QtMessageBoxTest, IconsButtonsAndAnswersFollowTheStyle) {
     // (Escape on a lone OK is a click on OK; Escape on Yes/No answers No.)
     const Case cases[] = {
         {0x30, B::Warning, B::Ok, Qt::Key_Escape, B::NoButton, 1},
-        {0x10, B::Critical, B::Ok, 0, B::Ok, 1},
         {0x04, B::Question, B::Yes | B::No, Qt::Key_Escape, B::NoButton, 7},
         {0x24, B::Question, B::Yes | B::No, 0, B::Yes, 6},
         {0x21, B::Question, B::Ok | B::Cancel, Qt::Key_Escape, B::NoButton, 2},
