@@ -85,6 +85,7 @@ std::u16string Observe(DialogHost& h) {
     num(h.TreeSelection(5)), num(h.TreeChildren(5, root).size()), put(h.TreeText(5, deep)), put(h.TreeText(5, root));
     h.TreeSelect(5, root), h.TreeDeleteChildren(5, root), num(h.TreeSelection(5) == root);  // it stays
 
+    num(h.GetCheck(6));  // unchecked at first
     h.SetCheck(6, true), num(h.GetCheck(6));
     h.Enable(6, false), num(h.IsEnabled(6));
     h.Show(6, false), num(h.IsVisible(6));
