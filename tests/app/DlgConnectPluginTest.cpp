@@ -18,8 +18,7 @@ using testing::internal::GetCapturedStderr;
 
 // The connections the mock NetworkManager knows, and how each one's activation goes there.
 const test::MockNetworkManager::Connections kConnections = {
-    {"office-lte", "up"}, {"slow-lte", "slow"},    {"no-sim", "fail:9"},
-    {"stuck", "hang"},    {"no-device", "refuse"}, {"Wired connection 1", "up"}};
+    {"office-lte", "up"}, {"slow-lte", "slow"}, {"no-sim", "fail:9"}, {"stuck", "hang"}, {"Wired connection 1", "up"}};
 const char kSlowLteUuid[] = "2c0002b7-8e15-5b2b-9954-24d7613386ac";
 
 // The real libdlgconnect.so, loaded as the program loads it, against python-dbusmock's
@@ -45,12 +44,8 @@ protected:
     // The library hears of NetworkManager's own changes through its signals, a moment later.
     template <class Condition>
     static bool Eventually(Condition condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return true;
+        for (int i = 0; i < 500 && !condition(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return condition();
     }
 
     test::MockNetworkManager m_nm{kConnections};
@@ -60,7 +55,7 @@ protected:
 
 TEST_F(DlgConnectPluginTest, ConnectEndsAsNetworkManagerSays) {
     ASSERT_TRUE(m_nm.StartService());
-    // Someone else's connection is up throughout; it is neither ours nor taken down.
+    // Someone else's connection, by name, is up throughout; it is neither ours nor taken down.
     Configure("connection=Wired connection 1\n");
     ASSERT_TRUE(m_conn.Init());
     ASSERT_EQ(m_conn.Connect(), 1);
@@ -73,11 +68,8 @@ TEST_F(DlgConnectPluginTest, ConnectEndsAsNetworkManagerSays) {
         int nResult;
         const char* pszWhy;
     } cases[] = {
-        {"office-lte", 10, 1, ""},
-        {"slow-lte", 10, 1, ""},
-        {kSlowLteUuid, 10, 1, ""},
+        {kSlowLteUuid, 10, 1, ""},  // by its UUID, and up only after a while
         {"no-sim", 10, 0, "NetworkManager gave up: no-secrets"},
-        {"no-device", 10, 0, "NetworkManager refused: No suitable device found for this connection"},
         {"not-there", 10, 0, "NetworkManager has no connection by that name"},
         {"stuck", 1, 0, "not activated within 1000 ms"},
     };
@@ -85,14 +77,12 @@ TEST_F(DlgConnectPluginTest, ConnectEndsAsNetworkManagerSays) {
         SCOPED_TRACE(c.pszConnection);
         Configure(std::string("connection=") + c.pszConnection + "\nwait=" + std::to_string(c.nWaitSeconds) + "\n");
         ASSERT_TRUE(m_conn.Init());
-        EXPECT_EQ(m_conn.GetConnection(), 0);
         CaptureStderr();
         EXPECT_EQ(m_conn.Connect(), c.nResult);
         const std::string strLine =
             *c.pszWhy ? "dlgconnect: could not bring up \"" + std::string(c.pszConnection) + "\": " + c.pszWhy + "\n" : "";
         EXPECT_EQ(GetCapturedStderr(), strLine);
         EXPECT_EQ(m_conn.GetConnection(), c.nResult);
-        EXPECT_EQ(m_conn.IsConnected(), c.nResult);
         if (c.nResult == 1) {
             EXPECT_EQ(m_conn.Disconnect(), 1);
             EXPECT_EQ(m_conn.GetConnection(), 0);
@@ -127,12 +117,6 @@ TEST_F(DlgConnectPluginTest, LineFollowsNetworkManager) {
     CaptureStderr();
     EXPECT_TRUE(Eventually([&] { return m_conn.Connect() == 1; })) << "NetworkManager came back";
     GetCapturedStderr();
-    m_nm.StopBus();
-    EXPECT_TRUE(Eventually([&] { return m_conn.GetConnection() == 0; })) << "the bus went away";
-    CaptureStderr();
-    EXPECT_EQ(m_conn.Connect(), 0);
-    EXPECT_EQ(GetCapturedStderr(),
-              "dlgconnect: could not bring up \"office-lte\": the system bus closed the connection\n");
 }
 
 TEST_F(DlgConnectPluginTest, UnconfiguredLineIsTheSystems) {
@@ -149,42 +133,27 @@ TEST_F(DlgConnectPluginTest, UnconfiguredLineIsTheSystems) {
         EXPECT_TRUE(Eventually([&] { return m_conn.IsConnected() == c.nConnected; })) << "state " << c.nState;
         EXPECT_EQ(m_conn.GetConnection(), 0) << "the program holds no line";
     }
-    const std::string strLine =
-        "dlgconnect: no connection configured (set VANTREL_NM_CONNECTION or connection= in dlgconnect.conf)\n";
     CaptureStderr();
     EXPECT_EQ(m_conn.Connect(), 0);
-    EXPECT_EQ(m_conn.Disconnect(), 0);
-    EXPECT_EQ(GetCapturedStderr(), strLine + strLine);
+    EXPECT_EQ(GetCapturedStderr(),
+              "dlgconnect: no connection configured (set VANTREL_NM_CONNECTION or connection= in dlgconnect.conf)\n");
 }
 
-TEST_F(DlgConnectPluginTest, WithoutNetworkManagerNothingIsConnected) {
-    // Legend: the system bus, the reason Connect gives.
-    const struct {
-        std::string strAddress;
-        const char* pszWhy;
-    } cases[] = {
-        {"unix:path=" + m_home.File("no-bus"), "cannot reach the system bus"},
-        {m_nm.Address(), "NetworkManager is not running"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.strAddress);
-        setenv("DBUS_SYSTEM_BUS_ADDRESS", c.strAddress.c_str(), 1);
-        setenv("VANTREL_NM_CONNECTION", "office-lte", 1);
-        ASSERT_TRUE(m_conn.Init());
-        EXPECT_EQ(m_conn.IsConnected(), 0);
-        EXPECT_EQ(m_conn.GetConnection(), 0);
-        CaptureStderr();
-        EXPECT_EQ(m_conn.Connect(), 0);
-        EXPECT_EQ(m_conn.Disconnect(), 0);
-        EXPECT_NE(GetCapturedStderr().find(c.pszWhy), std::string::npos);
-        m_conn.Release();
+// Without a system bus nothing is connected, and a line cannot be had; a machine without one is
+// taken to have its network managed otherwise.
+TEST_F(DlgConnectPluginTest, WithoutTheSystemBusNothingIsConnected) {
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + m_home.File("no-bus")).c_str(), 1);
+    setenv("VANTREL_NM_CONNECTION", "office-lte", 1);
+    ASSERT_TRUE(m_conn.Init());
+    EXPECT_EQ(m_conn.IsConnected(), 0);
+    CaptureStderr();
+    EXPECT_EQ(m_conn.Connect(), 0);
+    EXPECT_NE(GetCapturedStderr().find("cannot reach the system bus"), std::string::npos);
+    m_conn.Release();
 
-        // A machine without NetworkManager has its network managed otherwise.
-        unsetenv("VANTREL_NM_CONNECTION");
-        ASSERT_TRUE(m_conn.Init());
-        EXPECT_EQ(m_conn.IsConnected(), 1);
-        m_conn.Release();
-    }
+    unsetenv("VANTREL_NM_CONNECTION");
+    ASSERT_TRUE(m_conn.Init());
+    EXPECT_EQ(m_conn.IsConnected(), 1);
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
 vantrel_add_test(vantrel_dialogs_test
-  SOURCES ${CMAKE_CURRENT_LIST_DIR}/DialogTemplateTest.cpp ${CMAKE_CURRENT_LIST_DIR}/HeadlessUiTest.cpp
-          ${CMAKE_CURRENT_LIST_DIR}/MenuResourceTest.cpp
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/HeadlessUiTest.cpp
   LIBS vantrel_dialogs vantrel_headless vantrel_resources)

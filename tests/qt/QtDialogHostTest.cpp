@@ -1,9 +1,8 @@
-#include <QAccessible>
 #include <QApplication>
-#include <QComboBox>
+#include <QFontInfo>
+#include <QFontMetrics>
 #include <QHeaderView>
-#include <QPlainTextEdit>
-#include <QScrollBar>
+#include <QScreen>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTableWidget>
@@ -33,8 +32,8 @@ constexpr std::uint32_t kChild = 0x50010000;  // WS_CHILD | WS_VISIBLE | WS_TABS
 
 using Commands = std::vector<std::pair<int, int>>;
 
-// One control of each kind: edit, multi-line edit, drop-down list, report list, tree, auto check
-// box, plain check box, push button.
+// One control of each kind the program's templates use: edit, multi-line edit, drop-down list,
+// report list, tree, auto check box, push button.
 void AddSampleControls(DialogHost& h) {
     h.SetFrame({u"t", u"ＭＳ Ｐゴシック", 8, 173, 185});
     h.CreateControl({1, u"EDIT", u"", kChild | 0x80, 0, 4, 4, 60, 12});
@@ -43,7 +42,6 @@ void AddSampleControls(DialogHost& h) {
     h.CreateControl({4, u"SysListView32", u"", kChild | 0x1, 0, 4, 80, 100, 40});
     h.CreateControl({5, u"SysTreeView32", u"", kChild | 0x7, 0, 4, 130, 100, 40});
     h.CreateControl({6, u"BUTTON", u"auto", kChild | 0x3, 0, 110, 4, 50, 10});
-    h.CreateControl({7, u"BUTTON", u"plain", kChild | 0x2, 0, 110, 20, 50, 10});
     h.CreateControl({8, u"BUTTON", u"push", kChild, 0, 110, 40, 50, 14});
 }
 
@@ -60,13 +58,10 @@ std::u16string Observe(DialogHost& h) {
     h.SetTextLimit(1, 0), h.SetText(1, u"abcdefg"), put(h.GetText(1));  // 0: no limit
     h.SetText(2, u"a\r\nb");
     put(h.GetText(2));
-    put(h.GetText(99)), num(h.HasControl(99)), num(h.ComboGetSel(99)), num(h.ListRowCount(99)), num(h.ComboAdd(99, u"x"));
-    num(h.ListInsertRow(99, 0, {u"x"})), num(h.TreeInsert(99, 0, u"x", false));
 
     num(h.ComboAdd(3, u"x")), num(h.ComboAdd(3, u"y")), num(h.ComboGetSel(3));
     h.ComboSetSel(3, 1), num(h.ComboGetSel(3)), put(h.GetText(3));
-    h.ComboSetSel(3, 5), num(h.ComboGetSel(3));
-    h.ComboReset(3), num(h.ComboCount(3)), num(h.ComboGetSel(3)), num(h.ComboCount(1));
+    h.ComboReset(3), num(h.ComboCount(3)), num(h.ComboGetSel(3));
 
     h.ListAddColumn(4, u"A", 50);
     h.ListAddColumn(4, u"B", 50);
@@ -76,9 +71,7 @@ std::u16string Observe(DialogHost& h) {
     num(h.ListInsertRow(4, 0, {u"z"})), num(h.ListGetSel(4)), put(h.ListGetCell(4, 2, 0)), put(h.ListGetCell(4, 0, 1));
     h.ListDeleteRow(4, 0), num(h.ListGetSel(4));
     h.ListDeleteRow(4, 1), num(h.ListGetSel(4)), num(h.ListRowCount(4)), put(h.ListGetCell(4, 1, 5));
-    h.ListSetCell(4, 0, 2, u"w"), put(h.ListGetCell(4, 0, 2));  // one past the columns
     h.ListSetCell(4, 0, 0, u"v"), put(h.ListGetCell(4, 0, 0));
-    num(h.ListInsertRow(4, 99, {u"q"})), num(h.ListGetSel(4));
 
     const TreeItem root = h.TreeInsert(5, 0, u"マイ ポケットPC", true);
     const TreeItem card = h.TreeInsert(5, root, u"Card", true);
@@ -90,9 +83,9 @@ std::u16string Observe(DialogHost& h) {
     num(h.TreeChildren(5, 0).size()), num(h.TreeChildren(5, root).size());
     h.TreeDeleteChildren(5, root);
     num(h.TreeSelection(5)), num(h.TreeChildren(5, root).size()), put(h.TreeText(5, deep)), put(h.TreeText(5, root));
-    h.TreeSelect(5, deep), num(h.TreeSelection(5));
     h.TreeSelect(5, root), h.TreeDeleteChildren(5, root), num(h.TreeSelection(5) == root);  // it stays
 
+    num(h.GetCheck(6));  // unchecked at first
     h.SetCheck(6, true), num(h.GetCheck(6));
     h.Enable(6, false), num(h.IsEnabled(6));
     h.Show(6, false), num(h.IsVisible(6));
@@ -109,14 +102,6 @@ protected:
         CreateControls(ResourceModule::Program(), nTemplate, *pHost);
         pHost->SetCommandHandler([this](int nId, int nNotify) { m_commands.emplace_back(nId, nNotify); });
         return pHost;
-    }
-    static void ShowActive(QtDialogHost& host) {
-        host.Widget()->show();
-        host.Widget()->activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(host.Widget()));
-    }
-    static QString Focused(const QtDialogHost& host) {
-        return host.Widget()->focusWidget() ? host.Widget()->focusWidget()->objectName() : QString();
     }
 
     QtUiThread m_ui;
@@ -142,7 +127,6 @@ TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommandsAndNotifications) {
     pHost->CreateControl({10, u"EDIT", u"", 0x58010000, 0, 0, 20, 20, 10});   // WS_DISABLED
     pHost->ComboAdd(3, u"x"), pHost->ComboAdd(3, u"y"), pHost->ComboSetSel(3, 0);
     pHost->ListAddColumn(4, u"A", 40), pHost->ListAddColumn(4, u"B", 40);
-    pHost->ListSetExtendedStyle(4, lvs::kGridLines);
     pHost->ListInsertRow(4, -1, {u"a"}), pHost->ListInsertRow(4, -1, {u"b"});
     const TreeItem root = pHost->TreeInsert(5, 0, u"root", true);  // children are listed when it opens
     TreeItem child = 0;
@@ -168,56 +152,29 @@ TEST_F(QtDialogHostTest, UserActionsReachTheFormAsCommandsAndNotifications) {
     QTest::keyClick(pTree, Qt::Key_Right);  // opens the item
     const bool bChildShown = child != 0 && pTree->topLevelItem(0)->isExpanded() && pTree->topLevelItem(0)->childCount() == 1;
     QTest::keyClick(pTree, Qt::Key_Left);   // closes it
-    for (int nId : {6, 7, 8}) QTest::mouseClick(pHost->ControlWidget(nId), Qt::LeftButton);
+    for (int nId : {6, 8}) QTest::mouseClick(pHost->ControlWidget(nId), Qt::LeftButton);
     // legend: (id, command code) or, for notifications, (id, code * 1000 + parameter)
     const int nRoot = static_cast<int>(root);
     EXPECT_EQ(m_commands, (Commands{{1, 0x300}, {1, 0x300}, {2, 0x300}, {3, 1}, {4, notify::kListSelChanged * 1000 + 1},
                                     {4, notify::kListColumnClick * 1000 + 1}, {5, notify::kTreeExpanding * 1000 + nRoot},
-                                    {5, notify::kTreeCollapsing * 1000 + nRoot}, {6, 0}, {7, 0}, {8, 0}}));
+                                    {5, notify::kTreeCollapsing * 1000 + nRoot}, {6, 0}, {8, 0}}));
     EXPECT_TRUE(bChildShown);
     EXPECT_TRUE(pHost->TreeChildren(5, root).empty());
     EXPECT_EQ(pHost->ComboGetSel(3), 1);
     EXPECT_EQ(pHost->ListGetSel(4), 1);
     EXPECT_EQ(pHost->ListGetCell(4, 0, 0), u"a");  // a click on a caption sorts nothing by itself
-    EXPECT_TRUE(pHost->GetCheck(6));   // an auto check box toggles itself
-    EXPECT_FALSE(pHost->GetCheck(7));  // a plain one leaves it to the form
-    EXPECT_EQ(pTable->columnWidth(0), pHost->Font().units.X(40));  // column widths are dialog units
-    EXPECT_TRUE(pTable->showGrid());
+    EXPECT_TRUE(pHost->GetCheck(6));  // an auto check box toggles itself
     EXPECT_FALSE(pHost->IsVisible(9) || pHost->ControlWidget(9)->isVisible());
     EXPECT_FALSE(pHost->IsEnabled(10) || pHost->ControlWidget(10)->isEnabled());
 }
 
-// The last line of a long text is in view once the caret is put at its end.
-TEST_F(QtDialogHostTest, CaretToEndShowsTheLastLine) {
-    auto pHost = Build(IDD_PROGRESS);
-    pHost->Widget()->show();
-    std::u16string strText;
-    for (int i = 0; i < 60; ++i) strText += u"\r\nリトライ " + std::u16string(1, static_cast<char16_t>(u'0' + i % 10));
-    pHost->SetText(IDC_PROGRESS_TEXT, strText);
-    pHost->CaretToEnd(IDC_PROGRESS_TEXT);
-    QApplication::processEvents();
-    auto* pEdit = static_cast<QPlainTextEdit*>(pHost->ControlWidget(IDC_PROGRESS_TEXT));
-    EXPECT_EQ(pEdit->textCursor().position(), pEdit->document()->characterCount() - 1);
-    EXPECT_GT(pEdit->verticalScrollBar()->maximum(), 0);
-    EXPECT_EQ(pEdit->verticalScrollBar()->value(), pEdit->verticalScrollBar()->maximum());
-}
-
-// Enter presses the focused push button or the default one; the close box tells the form IDCANCEL
-// and ends the run with 2 if the form did not. (Escape, IDCANCEL too, closes the version dialog in
-// tests/gui.)
-TEST_F(QtDialogHostTest, DialogKeysAndTheCloseBox) {
+// The close box tells the form IDCANCEL and ends the run with it if the form did not. (Escape,
+// IDCANCEL too, closes the version dialog in tests/gui.)
+TEST_F(QtDialogHostTest, TheCloseBoxCancelsAndAnEmbeddedFormKeepsItsKeys) {
     auto pHost = Build(IDD_LISTEDIT);
-    ShowActive(*pHost);
-    pHost->ControlWidget(IDC_LE_TITLE)->setFocus();
-    QTest::keyClick(pHost->ControlWidget(IDC_LE_TITLE), Qt::Key_Return);
-    pHost->ControlWidget(IDC_CANCEL)->setFocus();
-    QTest::keyClick(pHost->ControlWidget(IDC_CANCEL), Qt::Key_Return);
-    EXPECT_EQ(m_commands, (Commands{{IDC_OK, 0}, {IDC_CANCEL, 0}}));
-    EXPECT_TRUE(pHost->Widget()->isVisible());  // the form decides
-
     m_ui.Post([&] { pHost->Widget()->close(); });
     EXPECT_EQ(pHost->RunModal(), IDC_CANCEL);
-    EXPECT_EQ(m_commands.back(), std::make_pair(IDC_CANCEL, 0));
+    EXPECT_EQ(m_commands, (Commands{{IDC_CANCEL, 0}}));
     EXPECT_FALSE(pHost->Widget()->isVisible());
 
     // A form embedded in the main window is no dialog: Enter and Escape stay with the control.
@@ -231,109 +188,38 @@ TEST_F(QtDialogHostTest, DialogKeysAndTheCloseBox) {
     EXPECT_TRUE(m_commands.empty());
 }
 
-TEST_F(QtDialogHostTest, ModalDialogsEndWithTheirOwnCodes) {
-    auto pOuter = Build(IDD_PROGRESS);
-    auto pInner = Build(IDD_VERSION);
-    int nInner = 0;
-    m_ui.Post([&] {
-        m_ui.Post([&] {
-            EXPECT_TRUE(QApplication::activeModalWidget() == pInner->Widget());
-            pOuter->Close(1);  // ends the outer run, not the inner one
-            pInner->Close(2);
-        });
-        nInner = pInner->RunModal();
-    });
-    EXPECT_EQ(pOuter->RunModal(), 1);
-    EXPECT_EQ(nInner, 2);
-    EXPECT_FALSE(pOuter->Widget()->isVisible());
-    EXPECT_EQ(pOuter->RunModal(), 1);  // a dialog runs once
+// The base units of the template's face worked out here, apart from the code under test.
+QRect InTemplateUnits(int x, int y, int cx, int cy) {
+    QFont font(QStringLiteral("IPAPGothic"));
+    font.setPixelSize((8 * qRound(QGuiApplication::primaryScreen()->logicalDotsPerInchY()) + 36) / 72);
+    const QFontMetrics metrics(font);
+    const int h = (metrics.horizontalAdvance(QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz")) + 26) / 52;
+    const int v = metrics.ascent() + metrics.descent() + metrics.leading();
+    auto md = [](int a, int b, int c) { return (a * b + c / 2) / c; };  // non-negative operands only
+    return QRect(md(x, h, 4), md(y, v, 8), md(cx, h, 4), md(cy, v, 8));
+}
 
+// A control sits at its template rectangle (IDC_CONNECT's in resources/vantrel.rc), in the face
+// that stands in for the template's.
+TEST_F(QtDialogHostTest, AControlSitsAtItsTemplateRectangleInTheSubstitutedFace) {
+    auto pHost = Build(IDD_MAINFORM);
+    const QWidget* pButton = pHost->ControlWidget(IDC_CONNECT);
+    ASSERT_NE(pButton, nullptr);
+    EXPECT_EQ(pButton->geometry(), InTemplateUnits(4, 35, 56, 14));
+    EXPECT_EQ(QFontInfo(pButton->font()).family(), QStringLiteral("IPAPGothic"));
+}
+
+// A dialog closed while it was being opened ends at once, and runs only once (nested runs, each
+// ending with its own code, are the UI thread's test).
+TEST_F(QtDialogHostTest, ADialogClosedEarlyEndsAtOnceAndRunsOnce) {
     auto pEarly = Build(IDD_VERSION);
-    pEarly->Close(7);  // closed while it was being opened
+    pEarly->Close(7);
     EXPECT_EQ(pEarly->RunModal(), 7);
     EXPECT_FALSE(pEarly->Widget()->isVisible());
+    EXPECT_EQ(pEarly->RunModal(), 7);
 }
 
-std::u16string NameOf(QWidget* pWidget) {
-    return QAccessible::queryAccessibleInterface(pWidget)->text(QAccessible::Name).toStdU16String();
-}
-
-TEST_F(QtDialogHostTest, ControlsAreNamedByCaptionLabelBeforeThemOrId) {
-    struct Case {
-        std::uint16_t nTemplate;
-        int nId;
-        const char16_t* pszName;
-    };
-    // legend: template, control, the name a screen reader (or a test over AT-SPI) finds it by.
-    // (A button by its caption, an edit after its label with or without an id, and one after a
-    // button by its id are what tests/gui finds the program's controls by.)
-    const Case cases[] = {
-        {IDD_MAINFORM, IDC_URL_LIST, u"URL"},  // a drop-down list after its label
-        {IDD_VERSION, IDC_VER_DATE, u"2103"},  // a label without text
-    };
-    for (const Case& c : cases) {
-        auto pHost = Build(c.nTemplate);
-        ASSERT_NE(pHost->ControlWidget(c.nId), nullptr) << c.nId;
-        EXPECT_EQ(NameOf(pHost->ControlWidget(c.nId)), c.pszName) << c.nTemplate << '/' << c.nId;
-    }
-
-    // Names follow the captions that give them.
-    auto pForm = Build(IDD_LISTEDIT);
-    pForm->SetText(IDC_LE_TITLE_LABEL, u"名前");
-    pForm->SetText(IDC_LE_ADD, u"足す");
-    EXPECT_EQ(NameOf(pForm->ControlWidget(IDC_LE_TITLE)), u"名前");
-    EXPECT_EQ(NameOf(pForm->ControlWidget(IDC_LE_ADD)), u"足す");
-
-    // Every control of every template has a name.
-    for (std::uint16_t nTemplate : {IDD_VERSION, IDD_VERSION_WIDE, IDD_MAINFORM, IDD_PROGRESS, IDD_LISTEDIT, IDD_PAGE_ACTION,
-                                    IDD_PAGE_AUTH, IDD_PAGE_MAIL, IDD_FOLDER, IDD_PAGE_AUTOSEND, IDD_PAGE_MESSAGE,
-                                    IDD_PAGE_RETRY, IDD_PAGE_POSLOG, IDD_PAGE_FUNCTION}) {
-        auto pHost = Build(nTemplate);
-        for (QWidget* pChild : pHost->Widget()->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly))
-            EXPECT_FALSE(NameOf(pChild).empty()) << nTemplate << '/' << pChild->objectName().toStdString();
-    }
-}
-
-TEST_F(QtDialogHostTest, TabFollowsTheTemplateAndCursorKeysMoveBetweenControls) {
-    auto pHost = Build(IDD_MAINFORM);
-    pHost->ComboAdd(IDC_URL_LIST, u"a"), pHost->ComboAdd(IDC_URL_LIST, u"b"), pHost->ComboSetSel(IDC_URL_LIST, 0);
-    ShowActive(*pHost);
-    pHost->ControlWidget(IDC_URL_LIST)->setFocus();
-    QStringList tabs{Focused(*pHost)};
-    for (int i = 0; i < 16; ++i) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        tabs << Focused(*pHost);
-    }
-    EXPECT_EQ(tabs.join(u' '), QStringLiteral("1029 1023 1030 1031 1013 1004 1008 1018 1044 1045 1065 1082 1032 1009 1016 1014 1029"));
-
-    struct Case {
-        int nFrom;
-        Qt::Key key;
-        int nTo;
-    };
-    // legend: focus on, key pressed, focus then on
-    const Case cases[] = {
-        {IDC_CONNECT, Qt::Key_Down, IDC_AUTOCONNECT},   // buttons and check boxes: the cursor keys move
-        {IDC_AUTOCONNECT, Qt::Key_Left, IDC_CONNECT},
-        {IDC_URL_EDIT, Qt::Key_Up, IDC_URL_LIST},
-        {IDC_URL_LIST, Qt::Key_Down, IDC_URL_LIST},     // a drop-down list keeps Up and Down for its rows
-        {IDC_URL_LIST, Qt::Key_Right, IDC_URL_LIST},
-        {IDC_RESULT, Qt::Key_Up, IDC_RESULT},           // a multi-line edit keeps them for its caret
-    };
-    for (const Case& c : cases) {
-        pHost->ControlWidget(c.nFrom)->setFocus();
-        QTest::keyClick(pHost->ControlWidget(c.nFrom), c.key);
-        EXPECT_EQ(Focused(*pHost), QString::number(c.nTo)) << c.nFrom << " key " << c.key;
-    }
-    EXPECT_EQ(pHost->ComboGetSel(IDC_URL_LIST), 1);
-
-    pHost->Enable(IDC_AUTOCONNECT, false);  // a disabled control is passed over
-    pHost->ControlWidget(IDC_CONNECT)->setFocus();
-    QTest::keyClick(pHost->ControlWidget(IDC_CONNECT), Qt::Key_Down);
-    EXPECT_EQ(Focused(*pHost), QString::number(IDC_ACQUIRE));
-}
-
-// Pages behind tabs whose names follow their titles, every tab of the program's eight in sight,
+// Pages behind tabs (tests/gui picks one by its name), every tab of the program's eight in sight,
 // Enter and Escape acting on the page shown, one modal run for the whole sheet (which runs and
 // closes early as a dialog does: the same modal run, tested above).
 TEST_F(QtDialogHostTest, SheetShowsPagesBehindTabsAndRunsAsOneDialog) {
@@ -346,15 +232,8 @@ TEST_F(QtDialogHostTest, SheetShowsPagesBehindTabsAndRunsAsOneDialog) {
     }
     auto* pTabs = sheet.Widget()->findChild<QTabWidget*>();
     ASSERT_NE(pTabs, nullptr);
-    sheet.Page(1)->SetTitle(u"認証2");
-    EXPECT_EQ(pTabs->tabText(1), QStringLiteral("認証2"));
-    EXPECT_EQ(sheet.ActivePage(), 0);
     sheet.SetActivePage(1);
-    sheet.SetActivePage(8);
     EXPECT_EQ(sheet.ActivePage(), 1);
-    sheet.SetActivePage(0);
-    EXPECT_EQ(sheet.ActivePage(), 0);
-    sheet.SetActivePage(1);
 
     m_ui.Post([&] {
         EXPECT_TRUE(sheet.Page(1)->Widget()->isVisible());
