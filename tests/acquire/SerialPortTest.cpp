@@ -13,16 +13,53 @@ namespace {
 
 using Ms = std::chrono::milliseconds;
 
+// The real device, with the line state it was last asked for kept: a pseudo-terminal has no
+// modem lines, so DTR and RTS can only be seen on their way to the device.
+class StateRecordingDevice final : public SerialDevice {
+public:
+    explicit StateRecordingDevice(CommState& state) : m_state(state) {}
+    bool Open(const std::u16string& strName) override { return m_pDevice->Open(strName); }
+    bool GetTimeouts(CommTimeouts& timeouts) override { return m_pDevice->GetTimeouts(timeouts); }
+    bool SetTimeouts(const CommTimeouts& timeouts) override { return m_pDevice->SetTimeouts(timeouts); }
+    bool GetState(CommState& state) override { return m_pDevice->GetState(state); }
+    bool SetState(const CommState& state) override {
+        m_state = state;
+        return m_pDevice->SetState(state);
+    }
+    bool ClearInfrared() override { return m_pDevice->ClearInfrared(); }
+    bool PurgeInput() override { return m_pDevice->PurgeInput(); }
+    bool ClearError(CommStatus& status) override { return m_pDevice->ClearError(status); }
+    bool Read(void* pData, std::uint32_t nSize, std::uint32_t& nRead) override {
+        return m_pDevice->Read(pData, nSize, nRead);
+    }
+    bool Write(const void* pData, std::uint32_t nSize, std::uint32_t& nWritten) override {
+        return m_pDevice->Write(pData, nSize, nWritten);
+    }
+    bool ClearDtr() override { return m_pDevice->ClearDtr(); }
+    bool Close() override { return m_pDevice->Close(); }
+    std::uint32_t LastError() const override { return m_pDevice->LastError(); }
+    std::u16string ErrorText(std::uint32_t nError) const override { return m_pDevice->ErrorText(nError); }
+
+private:
+    CommState& m_state;
+    std::unique_ptr<SerialDevice> m_pDevice = CreateSerialDevice();
+};
+
 // What the kernel keeps of the line state, read back through the far end of a pseudo-terminal:
 // 9600 baud, 8 data bits, no parity, one stop bit, CTS output flow, no XON/XOFF, raw, and reads
-// that return at once with what is buffered.
+// that return at once with what is buffered; and the modem lines asked for: DTR and RTS raised,
+// no DSR flow.
 TEST(SerialPortLine, TheKernelHoldsTheLineSettings) {
     const int nMaster = ::posix_openpt(O_RDWR | O_NOCTTY);
     ASSERT_GE(nMaster, 0);
     ASSERT_EQ(::grantpt(nMaster) | ::unlockpt(nMaster), 0);
     test::SerialRig services;
-    SerialPort port(services.Context());
+    SerialContext context = services.Context();
+    CommState asked;
+    context.createDevice = [&asked] { return std::make_unique<StateRecordingDevice>(asked); };
+    SerialPort port(context);
     ASSERT_TRUE(port.Open(Utf8ToUtf16(::ptsname(nMaster))));
+    EXPECT_TRUE(asked.bDtrEnable && asked.bRtsEnable && !asked.bOutxDsrFlow);
     termios tio{};
     ASSERT_EQ(::tcgetattr(nMaster, &tio), 0);
     EXPECT_EQ(::cfgetospeed(&tio), B9600);
