@@ -1,5 +1,5 @@
-// The windowless program's UI loop and in-memory host: timers, its run and modal runs ended
-// from other threads, from within and before they start.
+// The windowless program's UI loop and in-memory host: timers, and modal runs ended from other
+// threads and before they start. (Its own run and exit code are the program's, tested end to end.)
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -37,24 +37,6 @@ TEST_F(HeadlessUiThreadTest, ModalRunEndsFromAClosurePostedByAnotherThread) {
     std::thread poster([&] { m_ui.Post([&] { m_ui.EndModal(7); }); });
     EXPECT_EQ(m_ui.RunModal(), 7);
     poster.join();
-}
-
-TEST_F(HeadlessUiThreadTest, NestedModalRunsEndInnermostFirst) {
-    int nInner = 0;
-    m_ui.Post([&] {
-        m_ui.Post([&] { m_ui.EndModal(2); });
-        nInner = m_ui.RunModal();
-        m_ui.EndModal(1);
-    });
-    EXPECT_EQ(m_ui.RunModal(), 1);
-    EXPECT_EQ(nInner, 2);
-}
-
-// The windowless program's own loop: it ends with the code of the Quit that a timer gives.
-TEST_F(HeadlessUiThreadTest, RunEndsWithTheCodeGivenToQuit) {
-    m_ui.SetTimer(102, 1000, [&] { m_ui.Quit(3); });
-    m_clock.Advance(1000);
-    EXPECT_EQ(m_ui.Run(), 3);
 }
 
 TEST_F(HeadlessUiThreadTest, DialogClosedBeforeItsRunEndsItAtOnce) {
