@@ -47,8 +47,6 @@ namespace vantrel::test {
 // and the data-line library are fakes that record what they were asked.
 class FormRig {
 public:
-    static constexpr char16_t kBrowser[] = u"/usr/bin/test-browser";
-
     explicit FormRig(EmulatorConfig config = EmulatorConfig())
         : m_module(CreatePseudoTerminal(), std::move(config)) {
         m_module.Start();
@@ -62,9 +60,12 @@ public:
         m_module.Stop();
     }
 
-    // The settings every case starts from (on top of the defaults): nothing sent or connected, no
-    // waits, every message logged and shown; one URL and one browser.
-    void Baseline(Settings& settings) const {
+    // Writes default.ini into the program folder and creates the form from it as the window's
+    // creation does. Returns what OnCreate returned. Every case starts from the defaults and this
+    // (then its own edit): nothing sent or connected, no waits, every message logged and shown; one
+    // URL and one browser.
+    bool Create(const std::function<void(Settings&)>& edit = {}, bool bStartupRun = true) {
+        Settings settings(m_profile, *m_pFiles);
         settings.SetBool(BoolKey::AutoConnect, false);
         settings.SetBool(BoolKey::BrowserSend, false);
         settings.SetBool(BoolKey::OutputMsgFile, true);
@@ -73,15 +74,8 @@ public:
         settings.UrlList().AddRow({u"local", u"http://127.0.0.1:9/send", u"nl=$nl&el=$el"});
         settings.UrlList().SetSelectedIndex(0);
         settings.BrowserList().Clear();
-        settings.BrowserList().AddRow({u"test", kBrowser});
+        settings.BrowserList().AddRow({u"test", u"/usr/bin/test-browser"});
         settings.BrowserList().SetSelectedIndex(0);
-    }
-
-    // Writes default.ini into the program folder (baseline, then edit) and creates the form from
-    // it as the window's creation does. Returns what OnCreate returned.
-    bool Create(const std::function<void(Settings&)>& edit = {}, bool bStartupRun = true) {
-        Settings settings(m_profile, *m_pFiles);
-        Baseline(settings);
         if (edit) edit(settings);
         return settings.Save(SettingsPath()) && CreateOnly(bStartupRun);
     }
