@@ -118,10 +118,6 @@ public:
         }
         return lines;
     }
-    int LogCount(const std::string& strLine) {
-        const std::vector<std::string> lines = LogLines();
-        return static_cast<int>(std::count(lines.begin(), lines.end(), strLine));
-    }
     int BoxCount(const std::u16string& strText) const {
         const auto& boxes = m_boxes.Boxes();
         return static_cast<int>(std::count_if(boxes.begin(), boxes.end(), [&](const auto& box) { return box.strText == strText; }));

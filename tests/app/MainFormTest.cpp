@@ -1,5 +1,5 @@
-// The main form: the auto-send timer, the start-up run, the exit steps, the copy command and the
-// settings sheet's OK. (The menu's save is the window's test.)
+// The main form: the auto-send timer, the start-up run, the exit steps, a failed save, the copy
+// command and the settings sheet's OK.
 #include <gtest/gtest.h>
 
 #include "FormRig.h"
@@ -96,6 +96,17 @@ TEST(MainFormStartup, UnreadableSettingsSkipApplySettingsUntilTheSheetSaves) {
     Settings saved(rig.m_profile, *rig.m_pFiles);
     ASSERT_TRUE(saved.Load(rig.SettingsPath()));
     EXPECT_TRUE(saved.Bool(BoolKey::AutoSend));
+}
+
+// A save that fails says which file could not be written and keeps the file in use. (The menu's
+// save itself is the window's test.)
+TEST(MainFormSettings, AFailedSaveSaysSoAndKeepsTheFileInUse) {
+    FormRig rig;
+    ASSERT_TRUE(rig.Create());
+    rig.m_fileDialogs.m_strAnswer = rig.m_dir.WideFile("missing/saved.ini");
+    rig.Command(IDM_SAVE);
+    EXPECT_EQ(rig.BoxCount(u"SaveSettings() Failed. [file=" + rig.m_fileDialogs.m_strAnswer + u"]"), 1);
+    EXPECT_EQ(rig.FormSettings().Path(), rig.SettingsPath());
 }
 
 // The menu's copy puts CLIPBOARDFORMAT filled from the position on the clipboard.
