@@ -61,7 +61,6 @@ TEST(WorkflowLine, AnOpenLineIsDroppedOnlyWhenTheAnswerAllows) {
     } cases[] = {
         {"connect button opens the line", IDC_CONNECT, false, false, mb::kIdYes, 1, 1, 0, false, false},
         {"connect button drops its own line", IDC_CONNECT, true, false, mb::kIdYes, 1, 0, 1, false, false},
-        {"connect button leaves a foreign line", IDC_CONNECT, false, true, mb::kIdYes, 1, 0, 0, false, false},
         {"acquire, No", IDC_ACQUIRE, true, false, mb::kIdNo, 1, 0, 0, true, false},
         {"acquire, Yes", IDC_ACQUIRE, true, false, mb::kIdYes, 1, 0, 1, true, true},
         {"acquire, Yes, user cancels the drop", IDC_ACQUIRE, true, false, mb::kIdYes, 2, 0, 1, true, false},
