@@ -1,5 +1,5 @@
-// The main form: the URL row picked in the combo, the auto-send timer, the start-up run, the exit steps, a failed save, the copy
-// command and the settings sheet's OK.
+// The main form: the URL row picked in the combo, the auto-send timer, the start-up run, the exit
+// steps, the settings files, the copy command and the settings sheet's OK.
 #include <gtest/gtest.h>
 
 #include "FormRig.h"
@@ -59,7 +59,6 @@ TEST(MainFormStartup, StartupRunAcquiresSendsAndClosesWithSupExit) {
         int nCloses;
     } cases[] = {
         {"run and exit", true, true, true, true, 1},
-        {"run and stay", true, false, true, true, 0},
         {"a single command instead", true, true, false, false, 0},
     };
     for (const auto& c : cases) {
@@ -110,15 +109,23 @@ TEST(MainFormStartup, UnreadableSettingsSkipApplySettingsUntilTheSheetSaves) {
     EXPECT_TRUE(saved.Bool(BoolKey::AutoSend));
 }
 
-// A save that fails says which file could not be written and keeps the file in use. (The menu's
-// save itself is the window's test.)
-TEST(MainFormSettings, AFailedSaveSaysSoAndKeepsTheFileInUse) {
+// The settings files from the menu: the record saved under a new name is that file from then on,
+// and opening it applies it. A save that fails says which file could not be written (it once said
+// nothing) and keeps the file in use.
+TEST(MainFormSettings, SavedFilesAreOpenedAndAppliedAndAFailedSaveSaysSo) {
     FormRig rig;
     ASSERT_TRUE(rig.Create());
+    rig.FormSettings().SetBool(BoolKey::AutoSend, true);
+    rig.FormSettings().SetNumber(NumberKey::AutoSendInterval, 60000);
+    const std::u16string strOther = rig.m_dir.WideFile("other.ini");
+    rig.m_fileDialogs.m_strAnswer = strOther;
+    rig.Command(IDM_SAVE);
+    rig.Command(IDM_OPEN);
+    EXPECT_TRUE(rig.m_ui.HasTimer(timer::kAutoSend)) << "applied when opened";
     rig.m_fileDialogs.m_strAnswer = rig.m_dir.WideFile("missing/saved.ini");
     rig.Command(IDM_SAVE);
     EXPECT_EQ(rig.BoxCount(u"SaveSettings() Failed. [file=" + rig.m_fileDialogs.m_strAnswer + u"]"), 1);
-    EXPECT_EQ(rig.FormSettings().Path(), rig.SettingsPath());
+    EXPECT_EQ(rig.FormSettings().Path(), strOther);
 }
 
 // The menu's copy puts CLIPBOARDFORMAT filled from the position on the clipboard.
