@@ -109,8 +109,8 @@ TEST(MainFormStartup, UnreadableSettingsSkipApplySettingsUntilTheSheetSaves) {
     EXPECT_TRUE(saved.Bool(BoolKey::AutoSend));
 }
 
-// The settings files from the menu: the record saved under a new name is that file from then on,
-// and opening it applies it. A save that fails says which file could not be written (it once said
+// The settings files from the menu: the save dialog starts in the folder of the file in use and
+// takes a new name; the record saved under it is that file from then on, and opening it applies it. A save that fails says which file could not be written (it once said
 // nothing) and keeps the file in use.
 TEST(MainFormSettings, SavedFilesAreOpenedAndAppliedAndAFailedSaveSaysSo) {
     FormRig rig;
@@ -120,6 +120,8 @@ TEST(MainFormSettings, SavedFilesAreOpenedAndAppliedAndAFailedSaveSaysSo) {
     const std::u16string strOther = rig.m_dir.WideFile("other.ini");
     rig.m_fileDialogs.m_strAnswer = strOther;
     rig.Command(IDM_SAVE);
+    EXPECT_EQ(rig.m_fileDialogs.m_calls.at(0).request, (FileDialogRequest{u"設定ファイルの保存", u"設定ファイル (*.ini)", u"*.ini",
+                                                                         false, rig.m_dir.WidePath(), false, true}));
     rig.Command(IDM_OPEN);
     EXPECT_TRUE(rig.m_ui.HasTimer(timer::kAutoSend)) << "applied when opened";
     rig.m_fileDialogs.m_strAnswer = rig.m_dir.WideFile("missing/saved.ini");

@@ -202,7 +202,6 @@ TEST(WorkflowChannels, EachChannelStandsOnItsOwn) {
         EXPECT_EQ(rig.m_handOffs.size(), 2u) << c.pszLegend << ": the browser and the map";
         EXPECT_EQ(target.m_nRequests, c.nNoLine ? 0 : 1) << c.pszLegend;
         EXPECT_EQ(rig.BoxCount(u"自動接続に失敗しました。"), c.nNoLine) << c.pszLegend;
-        EXPECT_EQ(rig.m_libraries.m_conn.Count("Connect"), c.nNoLine) << c.pszLegend;
         EXPECT_EQ(rig.Form().SendFailures(), c.nFailures) << c.pszLegend;
     }
 }
