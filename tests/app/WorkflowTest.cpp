@@ -315,8 +315,7 @@ TEST(WorkflowBusy, TicksAndPressesDuringARunAreDropped) {
     intruder.join();
     rig.m_ui.RunPending();  // whatever was still queued runs now, after the run
     EXPECT_EQ(std::ranges::count(rig.LogLines(), kAutoLine), 0) << "during an acquisition";
-    EXPECT_EQ(rig.ModuleCount("AT@LBC?"), 1) << "during an acquisition";
-    EXPECT_EQ(rig.m_handOffs.size(), 1u) << "during an acquisition";
+    EXPECT_EQ(rig.ModuleCount("AT@LBC?"), 1) << "during an acquisition: no second run, so no second send";
     // During a send: the browser hand-off runs inside SendPosition with the busy flag set.
     int nInside = 0;
     rig.m_onHandOff = [&](const std::u16string&) {
