@@ -1,6 +1,6 @@
-// The windowless program's UI loop and in-memory host: timers, and a modal run ended before it
-// starts. (A run ended from another thread is every acquisition's, in the form's tests; the
-// loop's own run and exit code are the program's, tested end to end.)
+// The windowless program's UI loop and in-memory host: timers, its run and a modal run ended
+// before it starts. (Modal runs ended from another thread are every acquisition's, in the
+// form's tests.)
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -31,6 +31,14 @@ TEST_F(HeadlessUiThreadTest, TimersKeepTheirOwnPeriodsAndMayKillThemselves) {
     }
     EXPECT_EQ(fired, (std::vector<int>{100, 102, 100}));
     EXPECT_FALSE(m_ui.HasTimer(102));
+}
+
+// The windowless program's own loop (its monitor runs in it until Ctrl+C): it ends with the code
+// of the Quit that a timer gives.
+TEST_F(HeadlessUiThreadTest, RunEndsWithTheCodeGivenToQuit) {
+    m_ui.SetTimer(102, 1000, [&] { m_ui.Quit(3); });
+    m_clock.Advance(1000);
+    EXPECT_EQ(m_ui.Run(), 3);
 }
 
 TEST_F(HeadlessUiThreadTest, DialogClosedBeforeItsRunEndsItAtOnce) {

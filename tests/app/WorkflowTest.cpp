@@ -166,21 +166,19 @@ TEST(MonitorAfterASend, APortThatCannotBeReopenedEndsMonitoring) {
     rig.Command(IDC_SEND);
     EXPECT_FALSE(rig.Form().IsMonitoring());
     for (int nId : {IDC_ACQUIRE, IDC_URL_LIST, IDC_MONITOR, IDC_SEND}) EXPECT_TRUE(rig.m_host.IsEnabled(nId)) << nId;
-    EXPECT_EQ(rig.Form().GetLocation().m_strNL, u"35.39.29.000") << "the send had its position";
 }
 
 // ---- the channels ----
 
-// A broken peer, AUTOCONNECT, a line someone else opened -> every enabled channel still runs; mail
-// and HTTP, which need the line, each report 3017 when the auto-connect fails; only what failed
-// counts as failed.
+// An auto-connect that fails, or a line someone else opened -> every enabled channel still runs;
+// mail and HTTP, which need the line, each report 3017 when the auto-connect fails; only what
+// failed counts as failed.
 TEST(WorkflowChannels, EachChannelStandsOnItsOwn) {
     const struct {
         const char* pszLegend;
         bool bMailWorks, bAutoConnect, bForeignLine;
         int nNoLine, nFailures;  // 3017 boxes (one failed connect each), channels failed
     } cases[] = {
-        {"mail refused", false, false, false, 0, 1},
         {"the auto-connect fails for mail and for HTTP", false, true, false, 2, 2},
         {"a line someone else opened serves", true, true, true, 0, 0},
     };
