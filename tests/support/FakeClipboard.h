@@ -5,17 +5,15 @@
 
 namespace vantrel::test {
 
-// A clipboard that keeps its one text; it can be made unreachable.
+// A clipboard that keeps its one text.
 class FakeClipboard final : public Clipboard {
 public:
     bool SetUnicodeText(const std::u16string& strText) override {
-        if (!m_bAvailable) return false;
         m_strText = strText;
         ++m_nSets;
         return true;
     }
 
-    bool m_bAvailable = true;
     std::u16string m_strText = u"previous contents";
     int m_nSets = 0;
 };

@@ -69,7 +69,6 @@ public:
     std::u16string FileName(const std::u16string& strBaseName) const override { return strBaseName + u".fake"; }
     LibraryHandle Load(const std::u16string& strName) override {
         if (strName != u"DlgConnect.fake") return nullptr;
-        ++m_nLoaded;
         return this;
     }
     void* FindSymbol(LibraryHandle, const char* pszSymbol) override {
@@ -77,10 +76,9 @@ public:
         if (std::strcmp(pszSymbol, kDeleteObjectDlgConnect) == 0) return reinterpret_cast<void*>(&Delete);
         return nullptr;
     }
-    void Free(LibraryHandle) override { --m_nLoaded; }
+    void Free(LibraryHandle) override {}
 
     ScriptedDlgConnect m_conn;
-    int m_nLoaded = 0;   // loads not yet freed
     int m_nObjects = 0;  // objects created and not yet deleted
 
 private:

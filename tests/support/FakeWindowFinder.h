@@ -45,7 +45,6 @@ public:
     }
 
     WindowHandle Find(const std::u16string& strClass, const std::u16string& strTitle) override {
-        ++m_nFinds;
         for (const auto& [hWindow, window] : m_windows)
             if (window.hParent == 0 && window.strClass == strClass && window.strTitle == strTitle && IsShown(window))
                 return hWindow;
@@ -66,7 +65,6 @@ public:
         return m_windows.count(hWindow) != 0;
     }
 
-    int m_nFinds = 0;
     std::function<void(WindowHandle, std::uint32_t)> m_onPost;
 
 private:

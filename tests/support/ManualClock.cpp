@@ -45,17 +45,6 @@ void ManualClock::SetLocalTime(const SystemTime& local) {
     m_nLocalMs = ToMs(local);
 }
 
-void ManualClock::SetBias(long nBiasMinutes, bool bKnown) {
-    std::lock_guard lock(m_mutex);
-    m_nBias = nBiasMinutes;
-    m_bBiasKnown = bKnown;
-}
-
-void ManualClock::SetTick(std::uint32_t nTick) {
-    std::lock_guard lock(m_mutex);
-    m_nTick = nTick;
-}
-
 void ManualClock::Advance(std::uint32_t nMilliseconds) {
     std::lock_guard lock(m_mutex);
     m_nLocalMs += nMilliseconds;
@@ -75,7 +64,7 @@ SystemTime ManualClock::UtcTime() {
 bool ManualClock::TimeZoneBias(long& nBiasMinutes) {
     std::lock_guard lock(m_mutex);
     nBiasMinutes = m_nBias;
-    return m_bBiasKnown;
+    return true;
 }
 
 std::uint32_t ManualClock::TickCount() {

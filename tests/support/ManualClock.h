@@ -16,8 +16,6 @@ public:
     explicit ManualClock(const SystemTime& local, long nBiasMinutes = -540);
 
     void SetLocalTime(const SystemTime& local);
-    void SetBias(long nBiasMinutes, bool bKnown = true);
-    void SetTick(std::uint32_t nTick);
     void Advance(std::uint32_t nMilliseconds);
 
     SystemTime LocalTime() override;
@@ -39,7 +37,6 @@ private:
     mutable std::mutex m_mutex;
     long long m_nLocalMs = 0;  // milliseconds since 1970-01-01 00:00 local
     long m_nBias = -540;
-    bool m_bBiasKnown = true;
     std::uint32_t m_nTick = 0;
 };
 

@@ -8,7 +8,6 @@ UUID is uuid5(NAMESPACE_OID, id)):
   slow      activating, activated 200 ms later
   fail:N    activating, deactivated 100 ms later with reason N
   hang      activating, and it stays so
-  refuse    the activation call itself fails, as when no device suits the connection
 
 Deactivating takes 100 ms (deactivating, then deactivated and gone). Added mock method
 Drop(id, reason): the connection goes down unasked, as when the carrier is lost.
@@ -51,9 +50,6 @@ def load(mock, parameters):
 def activate(manager, connection, _device, _specific):
     name = str(dbusmock.get_object(connection).settings['connection']['id'])
     behaviour = BEHAVIOUR.get(name, 'up')
-    if behaviour == 'refuse':
-        raise dbus.exceptions.DBusException('No suitable device found for this connection',
-                                            name=stock.MANAGER_IFACE + '.UnknownDevice')
     COUNTER[0] += 1
     path = manager.AddActiveConnection([DEVICE], connection, '/', str(COUNTER[0]),
                                        ACTIVATED if behaviour == 'up' else ACTIVATING)

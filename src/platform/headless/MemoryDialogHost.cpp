@@ -64,7 +64,6 @@ void MemoryDialogHost::SetText(int nId, const std::u16string& strText) {
     std::lock_guard lock(m_mutex);
     if (Control* p = Find(nId)) {
         p->strText = p->nLimit > 0 && strText.size() > static_cast<std::size_t>(p->nLimit) ? strText.substr(0, p->nLimit) : strText;
-        p->bCaretAtEnd = false;
         ++m_nChanges;
     }
 }
@@ -80,10 +79,8 @@ void MemoryDialogHost::SetTextLimit(int nId, int nLimit) {
     if (Control* p = Find(nId)) p->nLimit = nLimit;
 }
 
-void MemoryDialogHost::CaretToEnd(int nId) {
-    std::lock_guard lock(m_mutex);
-    if (Control* p = Find(nId)) p->bCaretAtEnd = true;
-}
+// Nothing scrolls without a screen.
+void MemoryDialogHost::CaretToEnd(int) {}
 
 void MemoryDialogHost::SetCheck(int nId, bool bChecked) {
     std::lock_guard lock(m_mutex);
@@ -416,12 +413,6 @@ ControlItem MemoryDialogHost::Description(int nId) const {
 std::vector<int> MemoryDialogHost::ControlIds() const {
     std::lock_guard lock(m_mutex);
     return m_order;
-}
-
-bool MemoryDialogHost::IsCaretAtEnd(int nId) const {
-    std::lock_guard lock(m_mutex);
-    const Control* p = Find(nId);
-    return p && p->bCaretAtEnd;
 }
 
 int MemoryDialogHost::TextLimit(int nId) const {

@@ -83,7 +83,6 @@ public:
     std::u16string Title() const;
     ControlItem Description(int nId) const;
     std::vector<int> ControlIds() const;  // in creation order
-    bool IsCaretAtEnd(int nId) const;
     int TextLimit(int nId) const;
     std::vector<std::u16string> ListColumns(int nId) const;
     std::uint32_t ListExtendedStyle(int nId) const;
@@ -108,7 +107,6 @@ private:
         ControlItem description;
         std::u16string strText;
         int nLimit = 0;
-        bool bCaretAtEnd = false;
         bool bChecked = false;
         bool bEnabled = true;
         bool bVisible = true;
