@@ -173,9 +173,10 @@ TEST(MailHost, SplitsHostAndPort) {
         std::uint16_t nPort;
         bool bOk;
     } cases[] = {
-        {u"smtp.example.jp", u"smtp.example.jp", 25, true}, {u"smtp.example.jp:587", u"smtp.example.jp", 587, true},
+        {u"smtp.example.jp", u"smtp.example.jp", 25, true}, {u"smtp.example.jp:2590", u"smtp.example.jp", 2590, true},
         {u"10.0.0.1:", u"10.0.0.1", 25, true},              {u"host:65535", u"host", 65535, true},
         {u"host:65536", u"host", 25, false},                {u"host:2x", u"host", 25, false},
+        {u"host:0", u"host", 25, false},                    {u"host:065535", u"host", 25, false},  // six digits
     };
     for (const auto& c : cases) {
         std::u16string strHost;
