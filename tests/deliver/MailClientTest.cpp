@@ -52,7 +52,7 @@ TEST_F(MailClientTest, SendsTheExactMailAndReadsEveryReplyOneBehind) {
     steps[0] = ScriptedMailPeer::Reply("250-mail.example.jp\r\n250-8BITMIME\r\n250 HELP\r\n");
     ScriptedMailPeer peer({"220 mail.example.jp ESMTP\r\n"}, steps);
     const int nResult = m_client.SendMail(u"127.0.0.1", peer.Port(), kFrom, kTo, u"位置 ﾃｽﾄ",
-                                          u"現在地 N35.39.29.157E139.44.51.000\r\n.x\n.\r.\r\n");
+                                          u".\r\n現在地 N35.39.29.157E139.44.51.000\r\n.x\n.\r.\r\n");
     const std::string strTranscript = Sent(peer);
     const std::string strBoundary = BoundaryOf(strTranscript);
     const std::string strExpected =
@@ -68,7 +68,7 @@ TEST_F(MailClientTest, SendsTheExactMailAndReadsEveryReplyOneBehind) {
         "Content-Type: TEXT/plain; charset=ISO-2022-JP\r\n"
         "\r\n"
         // Lines that begin with "." are dot-stuffed; a lone LF or CR goes out as CR LF.
-        "\x1B$B8=:_CO\x1B(B N35.39.29.157E139.44.51.000\r\n..x\r\n..\r\n..\r\n\r\n"
+        "..\r\n\x1B$B8=:_CO\x1B(B N35.39.29.157E139.44.51.000\r\n..x\r\n..\r\n..\r\n\r\n"
         "--" + strBoundary + "--\r\n"
         ".\r\n"
         "QUIT\r\n";
